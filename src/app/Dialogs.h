@@ -1,0 +1,96 @@
+#pragma once
+
+#include <juce_gui_basics/juce_gui_basics.h>
+
+#include <vector>
+
+/** One button of a modal alert: its text, the value the alert returns for it, and its key. */
+struct DialogButton
+{
+    juce::String text;
+    int result = 0;
+    juce::KeyPress shortcut;
+};
+
+/** Everything a modal alert shows. Text fields come back holding what the user typed. */
+struct AlertRequest
+{
+    juce::MessageBoxIconType icon = juce::MessageBoxIconType::NoIcon;
+    juce::String title;
+    juce::String message;
+    std::vector<DialogButton> buttons;
+
+    juce::StringArray fieldNames;  // text editors, in order
+    juce::StringArray fieldLabels; // the caption above each editor
+    juce::StringArray fieldValues; // initial texts in, typed texts out
+
+    juce::String textBlock; // a block of text below the message
+    juce::String linkText;  // a hyperlink shown as a custom component
+    juce::URL linkUrl;
+    juce::Rectangle<int> linkBounds;
+};
+
+/** A file or folder chooser. */
+struct FileRequest
+{
+    enum class Mode
+    {
+        openFile,
+        saveFile,
+        directory
+    };
+
+    Mode mode = Mode::openFile;
+    juce::String title;
+    juce::File initial;
+    juce::String filter;
+    bool warnAboutOverwriting = false;
+};
+
+/**
+    The one way the program opens a modal window: alerts, questions, text-field windows, file
+    choosers and dialogs with a component of their own. The program installs nothing and gets
+    the real JUCE windows; tests install an implementation that answers from a script and
+    records what was asked.
+*/
+class Dialogs
+{
+public:
+    virtual ~Dialogs() = default;
+
+    /** Shows the alert modally and returns the result of the button that closed it. May be
+        called from any thread: off the message thread the caller waits for the answer. */
+    virtual int runAlert (AlertRequest& request) = 0;
+
+    /** Shows a chooser; true and the chosen file when the user confirmed, false on cancel. */
+    virtual bool chooseFile (const FileRequest& request, juce::File& chosen) = 0;
+
+    /** Shows `content` in a modal dialog window and returns when it is closed. */
+    virtual void runDialog (const juce::String& title, juce::Component& content,
+                            juce::Component* centreAround, juce::Colour background) = 0;
+
+    /** Opens an address in the user's browser. */
+    virtual void openUrl (const juce::URL& url) = 0;
+
+    /** The seam in force. */
+    static Dialogs& get();
+
+    /** Replaces the seam (not owned); nullptr brings back the real windows. */
+    static void install (Dialogs* replacement);
+};
+
+/** The program's one error box: warning icon, "Groove Smith : Error", button "ok". */
+void showError (const juce::String& message);
+
+/** A box with one button, bound to the return key. */
+void showMessage (juce::MessageBoxIconType icon, const juce::String& title, const juce::String& message,
+                  const juce::String& buttonText);
+
+/** Three buttons; 1 for the first, 2 for the second, 0 for the third (or Escape). */
+int showYesNoCancel (juce::MessageBoxIconType icon, const juce::String& title, const juce::String& message,
+                     const juce::String& first = "Yes", const juce::String& second = "No",
+                     const juce::String& third = "Cancel");
+
+/** OK and Cancel; true for OK. */
+bool showOkCancel (juce::MessageBoxIconType icon, const juce::String& title, const juce::String& message,
+                   const juce::String& okText = "OK", const juce::String& cancelText = "Cancel");

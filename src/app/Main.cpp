@@ -1,0 +1,3 @@
+#include "app/MyJUCEApplication.h"
+
+START_JUCE_APPLICATION (MyJUCEApplication)

@@ -1,0 +1,296 @@
+#include "project/Project.h"
+
+#include "app/Dialogs.h"
+
+namespace
+{
+const char* const lameLibraryName =
+#if JUCE_WINDOWS
+    "lame_enc.dll";
+#else
+    "libmp3lame.so.0";
+#endif
+
+/** True for a whole decimal number that fits an int, such as "-55" or "2". */
+bool isWholeNumber (const juce::String& text)
+{
+    const auto digits = text.startsWithChar ('-') || text.startsWithChar ('+') ? text.substring (1) : text;
+    if (digits.isEmpty() || digits.length() > 10 || ! digits.containsOnly ("0123456789"))
+        return false;
+
+    const auto value = text.getLargeIntValue();
+    return value >= std::numeric_limits<int>::min() && value <= std::numeric_limits<int>::max();
+}
+} // namespace
+
+Project::Project()
+    : levelPair (new float[2] { 0.0f, 0.0f }),
+      lock (std::make_unique<juce::CriticalSection>())
+{
+    juce::PropertiesFile::Options options;
+    options.applicationName = "Groovesmith";
+    options.filenameSuffix = "settings";
+    options.folderName = "Tonewell";
+    options.commonToAllUsers = false;
+    options.ignoreCaseOfKeyNames = true;
+    options.storageFormat = juce::PropertiesFile::storeAsXML;
+    options.millisecondsBeforeSaving = 500;
+    settings = std::make_unique<juce::PropertiesFile> (settingsFileLocation(), options);
+
+    preamp = readBool ("preamp", false);
+    rootDirectory = settings->getValue ("rootdir");
+    if (rootDirectory.isEmpty())
+        rootDirectory = juce::File::getSpecialLocation (juce::File::userDocumentsDirectory).getFullPathName();
+    captureFolder = rootDirectory;
+    encodingDestination = {};
+
+    deviceId = readInt ("deviceid", 0);
+    outputFormat = readInt ("outputformat", formatWav);
+    lameLibrary = settings->containsKey ("lame") ? juce::File (settings->getValue ("lame")) : defaultLameLibrary();
+
+    const auto language = settings->getValue ("lang", "en");
+    strings = std::make_unique<juce::LocalisedStrings> (
+        programFolder().getChildFile ("lang-" + language + ".txt"), false);
+
+    threshold = readInt ("threshold", -55);
+    silenceLength = readInt ("silencelength", 15);
+    minSilence = readInt ("minsilence", 2);
+
+    openAudioDevice();
+
+    lameVbr = readBool ("lame_vbr", true);
+    lameQuality = readInt ("lame_quality", 2);
+    keepWaves = readBool ("keep_waves", false);
+    addTrackNumbers = readBool ("add_track_num", true);
+}
+
+Project::~Project()
+{
+    tracks.clear();
+    removeAllChangeListeners();
+    settings->saveIfNeeded();
+}
+
+juce::File Project::settingsFileLocation()
+{
+    return juce::File::getSpecialLocation (juce::File::userApplicationDataDirectory)
+        .getChildFile ("Tonewell")
+        .getChildFile ("Groovesmith.settings");
+}
+
+juce::File Project::programFolder()
+{
+    return juce::File::getSpecialLocation (juce::File::currentExecutableFile).getParentDirectory();
+}
+
+juce::File Project::defaultLameLibrary()
+{
+    const auto besideProgram = programFolder().getChildFile (lameLibraryName);
+    if (besideProgram.existsAsFile())
+        return besideProgram;
+
+#if JUCE_LINUX || JUCE_BSD
+    for (const auto* folder : { "/usr/lib/x86_64-linux-gnu", "/usr/lib/aarch64-linux-gnu", "/usr/lib64",
+                                "/usr/lib", "/usr/local/lib" })
+    {
+        const auto candidate = juce::File (folder).getChildFile (lameLibraryName);
+        if (candidate.existsAsFile())
+            return candidate;
+    }
+#endif
+
+    return besideProgram;
+}
+
+bool Project::readBool (const juce::String& key, bool fallback) const
+{
+    if (! settings->containsKey (key))
+        return fallback;
+
+    const auto text = settings->getValue (key).trim();
+    if (text == "1" || text.equalsIgnoreCase ("true"))
+        return true;
+    if (text == "0" || text.equalsIgnoreCase ("false"))
+        return false;
+
+    return fallback;
+}
+
+int Project::readInt (const juce::String& key, int fallback) const
+{
+    if (! settings->containsKey (key))
+        return fallback;
+
+    const auto text = settings->getValue (key).trim();
+    return isWholeNumber (text) ? text.getIntValue() : fallback;
+}
+
+//==============================================================================
+void Project::setPreamp (bool value)
+{
+    preamp = value;
+    settings->setValue ("preamp", value);
+}
+
+void Project::setRootDirectory (const juce::String& value)
+{
+    rootDirectory = value;
+    settings->setValue ("rootdir", value);
+}
+
+void Project::setOutputFormat (int value)
+{
+    outputFormat = value;
+    settings->setValue ("outputformat", value);
+}
+
+void Project::setLameLibrary (const juce::File& value)
+{
+    lameLibrary = value;
+    if (value.existsAsFile())
+        settings->setValue ("lame", value.getFullPathName());
+}
+
+void Project::setThreshold (int value)
+{
+    threshold = value;
+    settings->setValue ("threshold", value);
+}
+
+void Project::setSilenceLength (int value)
+{
+    silenceLength = value;
+    settings->setValue ("silencelength", value);
+}
+
+void Project::setMinSilence (int value)
+{
+    minSilence = value;
+    settings->setValue ("minsilence", value);
+}
+
+void Project::setLameVbr (bool value)
+{
+    lameVbr = value;
+    settings->setValue ("lame_vbr", value);
+}
+
+void Project::setLameQuality (int value)
+{
+    lameQuality = value;
+    settings->setValue ("lame_quality", value);
+}
+
+void Project::setKeepWaves (bool value)
+{
+    keepWaves = value;
+    settings->setValue ("keep_waves", value);
+}
+
+void Project::setAddTrackNumbers (bool value)
+{
+    addTrackNumbers = value;
+    settings->setValue ("add_track_num", value);
+}
+
+//==============================================================================
+juce::String Project::translate (const juce::String& text) const
+{
+    return strings != nullptr ? strings->translate (text) : text;
+}
+
+bool Project::usesItunes() const
+{
+    return outputFormat == formatAacItunes || outputFormat == formatAppleLosslessItunes
+           || outputFormat == formatMp3Itunes;
+}
+
+juce::String Project::lameArguments() const
+{
+    return lameVbr ? " -V" + juce::String (lameQuality % 10) + " " : " -b" + juce::String (lameQuality) + " ";
+}
+
+//==============================================================================
+juce::Array<float> Project::takeWaveformSamples()
+{
+    const juce::ScopedLock sl (*lock);
+    juce::Array<float> result (waveformSamples);
+    waveformSamples.clearQuick();
+    return result;
+}
+
+void Project::addWaveformSamples (const float* values, int count)
+{
+    if (count < 1)
+        return;
+
+    const juce::ScopedLock sl (*lock);
+    waveformSamples.addArray (values, count);
+}
+
+void Project::setLevelPair (float left, float right)
+{
+    levelPair[0] = left;
+    levelPair[1] = right;
+}
+
+float* Project::smoothedLevels (const float* newLevels)
+{
+    static float shown[2] = { 0.0f, 0.0f };
+    // The fall ratio as the program has always computed it: 1.23 in single precision, in doubles.
+    const double ratio = static_cast<double> (1.23f);
+
+    for (int channel = 0; channel < 2; ++channel)
+    {
+        const float incoming = newLevels[channel];
+        if (shown[channel] < incoming)
+            shown[channel] = incoming;
+        else
+            shown[channel] = static_cast<float> (incoming + (shown[channel] - incoming) / ratio);
+    }
+
+    return shown;
+}
+
+//==============================================================================
+void Project::openAudioDevice()
+{
+    std::unique_ptr<juce::XmlElement> state;
+    if (settings->containsKey ("devicesettings"))
+        state = settings->getXmlValue ("devicesettings");
+
+    initialise (2, 2, state.get(), true, {}, nullptr);
+}
+
+void Project::saveDeviceSettings()
+{
+    if (auto state = createStateXml())
+        settings->setValue ("devicesettings", state.get());
+}
+
+void Project::resetDeviceSettings()
+{
+    if (settings->containsKey ("devicesettings"))
+        settings->removeValue ("devicesettings");
+}
+
+//==============================================================================
+bool Project::setCalibrationRequested (bool value)
+{
+    const bool previous = calibrationRequested;
+    calibrationRequested = value;
+    return previous;
+}
+
+void Project::startCalibrating()
+{
+    calibrationRequested = false;
+    calibrating = true;
+}
+
+bool Project::takeNextTrackRequested()
+{
+    const bool requested = nextTrackRequested;
+    nextTrackRequested = false;
+    return requested;
+}

@@ -1,0 +1,157 @@
+#pragma once
+
+#include "project/Track.h"
+
+#include <juce_audio_devices/juce_audio_devices.h>
+#include <juce_data_structures/juce_data_structures.h>
+
+#include <memory>
+#include <vector>
+
+class AudioReader;
+
+/**
+    The program's one state object: the audio device manager, the keeper of the settings file,
+    the track list, the album data, the translator of every shown text, and the mailbox of flags
+    between the pages and the audio callback.
+
+    Fields are plain, as the pages, the capture engine and the workers share them; every
+    setting has a typed setter that writes the field and the settings file together.
+*/
+class Project : public juce::AudioDeviceManager
+{
+public:
+    Project();
+    ~Project() override;
+
+    /** Where the settings live: "Tonewell/Groovesmith.settings" in the user's configuration folder. */
+    static juce::File settingsFileLocation();
+
+    /** The LAME library used when the settings name none. */
+    static juce::File defaultLameLibrary();
+
+    /** The folder of the running program, where language files and the LAME library may sit. */
+    static juce::File programFolder();
+
+    //==============================================================================
+    // Settings, each written through to the settings file.
+    void setPreamp (bool value);
+    void setRootDirectory (const juce::String& value);
+    void setOutputFormat (int value);
+    void setLameLibrary (const juce::File& value);
+    void setThreshold (int value);
+    void setSilenceLength (int value);
+    void setMinSilence (int value);
+    void setLameVbr (bool value);
+    void setLameQuality (int value);
+    void setKeepWaves (bool value);
+    void setAddTrackNumbers (bool value);
+
+    void setCaptureFolder (const juce::String& value) { captureFolder = value; }
+
+    /** The settings file itself, for tests and the save on exit. */
+    juce::PropertiesFile& getSettings() { return *settings; }
+
+    //==============================================================================
+    /** A shown text in the user's language; the English text is the key. */
+    juce::String translate (const juce::String& text) const;
+
+    bool usesItunes() const;
+
+    /** The quality as a fragment of a LAME command line: " -V2 " or " -b192 ". */
+    juce::String lameArguments() const;
+
+    //==============================================================================
+    // The sound preview, fed by the audio callback and drained by the meter timer.
+    juce::Array<float> takeWaveformSamples();
+    void addWaveformSamples (const float* values, int count);
+
+    void setLevelPair (float left, float right);
+
+    /** The displayed levels: they rise at once and fall by a fixed ratio at each call. */
+    static float* smoothedLevels (const float* newLevels);
+    float* smoothedLevels() { return smoothedLevels (levelPair.get()); }
+
+    //==============================================================================
+    // The audio device.
+    void openAudioDevice();
+    void saveDeviceSettings();
+    void resetDeviceSettings();
+
+    //==============================================================================
+    // Flags between the capture page and the audio callback.
+    bool setCalibrationRequested (bool value);
+    void startCalibrating();
+    bool takeNextTrackRequested();
+
+    //==============================================================================
+    // The track list.
+    int trackCount() const;
+    juce::String trackPath (int index) const;
+    juce::String trackName (int index) const;
+    void setTrackPath (int index, const juce::String& path);
+    int trackFormat (int index) const;
+    int setTrack (int index, int format, const juce::String& path);
+    int indexOfTrack (const juce::String& path) const;
+    bool containsTrack (const juce::String& path) const;
+    bool addTrack (const juce::String& path, int format);
+    bool insertTrack (int index, const juce::String& path, int format);
+    void removeTrackNamed (const juce::String& path);
+    void removeTrackAt (int index);
+    void clearTracks();
+    void deleteTrack (int index);
+    void removeTracks (juce::SparseSet<int> rows);
+    void deleteTracks (juce::SparseSet<int> rows, bool deleteFiles);
+    void deleteAllTracks (bool notify);
+    void addTemporaryFile (const juce::String& path);
+    std::vector<juce::String> temporaryFileList() const;
+
+    //==============================================================================
+    Project* self = this;
+
+    juce::String captureFolder;
+    juce::String rootDirectory;
+    int lastWrittenTrack = 0;
+    juce::Array<float> waveformSamples;
+    std::vector<Track> tracks;
+    std::vector<juce::String> temporaryFiles;
+    bool preamp = false;
+    int threshold = -55;
+    int silenceLength = 15;
+    int minSilence = 2;
+    bool captureRunning = false;
+    bool captureStarted = false;
+    int deviceId = 0;
+    int outputFormat = formatWav;
+    std::unique_ptr<float[]> levelPair;
+    int projectType = ripProject;
+    int firstTrackPending = -1;
+    AudioReader* audioReader = nullptr;
+    juce::String album, artist, year, genre;
+    juce::File frontCover, backCover;
+    std::unique_ptr<juce::CriticalSection> lock;
+    juce::File lameLibrary;
+    bool lameVbr = true;
+    int lameQuality = 2;
+    bool rumbleOn = true;
+    int encodingTrackNumber = 0;
+    std::unique_ptr<juce::LocalisedStrings> strings;
+    bool calibrationRequested = false;
+    bool calibrating = false;
+    juce::String encodingDestination;
+    bool keepWaves = false;
+    bool addTrackNumbers = true;
+    int trackCounter = 0;
+    bool echoOn = false;
+    bool nextTrackRequested = false;
+    bool intermediateConversion = false;
+
+private:
+    bool readBool (const juce::String& key, bool fallback) const;
+    int readInt (const juce::String& key, int fallback) const;
+    void showSuccess (const juce::String& message) const;
+
+    std::unique_ptr<juce::PropertiesFile> settings;
+
+    JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (Project)
+};

@@ -1,0 +1,119 @@
+#include "support/FakeDialogs.h"
+
+#include <gtest/gtest.h>
+
+void FakeDialogs::answer (const juce::String& buttonText, const juce::StringArray& typed)
+{
+    const std::lock_guard<std::mutex> guard (mutex);
+    scriptedAnswers.push_back ({ buttonText, typed });
+}
+
+void FakeDialogs::chooseNext (const juce::File& file)
+{
+    const std::lock_guard<std::mutex> guard (mutex);
+    scriptedFiles.push_back (file);
+}
+
+int FakeDialogs::runAlert (AlertRequest& request)
+{
+    Alert alert;
+    alert.icon = request.icon;
+    alert.title = request.title;
+    alert.message = request.message;
+    for (const auto& button : request.buttons)
+        alert.buttons.add (button.text);
+    alert.fieldNames = request.fieldNames;
+    alert.fieldValues = request.fieldValues;
+    alert.textBlock = request.textBlock;
+    alert.linkText = request.linkText;
+    alert.onMessageThread = juce::MessageManager::getInstance()->isThisTheMessageThread();
+
+    int result = request.buttons.empty() ? 0 : request.buttons.front().result;
+    alert.answer = request.buttons.empty() ? juce::String() : request.buttons.front().text;
+
+    {
+        const std::lock_guard<std::mutex> guard (mutex);
+        if (! scriptedAnswers.empty())
+        {
+            const auto scripted = scriptedAnswers.front();
+            scriptedAnswers.pop_front();
+
+            bool found = false;
+            for (const auto& button : request.buttons)
+            {
+                if (button.text == scripted.button)
+                {
+                    result = button.result;
+                    alert.answer = button.text;
+                    found = true;
+                }
+            }
+            EXPECT_TRUE (found) << "no button \"" << scripted.button << "\" in the alert \"" << request.title << "\"";
+
+            for (int i = 0; i < scripted.typed.size() && i < request.fieldValues.size(); ++i)
+                request.fieldValues.set (i, scripted.typed[i]);
+        }
+        recordedAlerts.push_back (alert);
+    }
+
+    if (onAlert)
+        onAlert (alert);
+
+    return result;
+}
+
+bool FakeDialogs::chooseFile (const FileRequest& request, juce::File& chosen)
+{
+    const std::lock_guard<std::mutex> guard (mutex);
+    Chooser chooser;
+    chooser.request = request;
+
+    if (! scriptedFiles.empty())
+    {
+        chooser.chosen = scriptedFiles.front();
+        chooser.confirmed = chooser.chosen != juce::File();
+        scriptedFiles.pop_front();
+    }
+
+    recordedChoosers.push_back (chooser);
+    if (chooser.confirmed)
+        chosen = chooser.chosen;
+    return chooser.confirmed;
+}
+
+void FakeDialogs::runDialog (const juce::String& title, juce::Component& content, juce::Component*,
+                             juce::Colour background)
+{
+    const std::lock_guard<std::mutex> guard (mutex);
+    recordedDialogs.push_back ({ title, &content, content.getBounds(), content.isVisible(), background });
+}
+
+void FakeDialogs::openUrl (const juce::URL& url)
+{
+    const std::lock_guard<std::mutex> guard (mutex);
+    urls.add (url.toString (true));
+}
+
+std::vector<FakeDialogs::Alert> FakeDialogs::alerts() const
+{
+    const std::lock_guard<std::mutex> guard (mutex);
+    return recordedAlerts;
+}
+
+std::vector<FakeDialogs::Chooser> FakeDialogs::choosers() const
+{
+    const std::lock_guard<std::mutex> guard (mutex);
+    return recordedChoosers;
+}
+
+std::vector<FakeDialogs::ShownDialog> FakeDialogs::dialogs() const
+{
+    const std::lock_guard<std::mutex> guard (mutex);
+    return recordedDialogs;
+}
+
+juce::StringArray FakeDialogs::openedUrls() const
+{
+    const std::lock_guard<std::mutex> guard (mutex);
+    return urls;
+}

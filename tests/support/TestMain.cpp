@@ -1,0 +1,46 @@
+// Every test process gets a home folder of its own, so that nothing reaches the user's files,
+// and JUCE's message system, which the program's windows and timers need.
+#include <juce_gui_basics/juce_gui_basics.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+namespace
+{
+class JuceEnvironment : public ::testing::Environment
+{
+public:
+    void SetUp() override { juce = std::make_unique<juce::ScopedJuceInitialiser_GUI>(); }
+    void TearDown() override { juce.reset(); }
+
+private:
+    std::unique_ptr<juce::ScopedJuceInitialiser_GUI> juce;
+};
+
+std::string makeTemporaryHome()
+{
+    char pattern[] = "/tmp/groovesmith-test-home-XXXXXX";
+    const char* folder = mkdtemp (pattern);
+    return folder != nullptr ? folder : "/tmp";
+}
+} // namespace
+
+int main (int argc, char** argv)
+{
+    ::testing::InitGoogleTest (&argc, argv);
+
+    const auto home = makeTemporaryHome();
+    setenv ("HOME", home.c_str(), 1);
+    setenv ("XDG_CONFIG_HOME", (home + "/.config").c_str(), 1);
+    setenv ("XDG_DOCUMENTS_DIR", (home + "/Documents").c_str(), 1);
+    setenv ("GROOVESMITH_TEST_HOME", home.c_str(), 1);
+
+    ::testing::AddGlobalTestEnvironment (new JuceEnvironment());
+    const int result = RUN_ALL_TESTS();
+
+    if (std::getenv ("GROOVESMITH_KEEP_TEST_HOME") == nullptr)
+        juce::File (home).deleteRecursively();
+
+    return result;
+}
