@@ -1,0 +1,137 @@
+#include "editing/CFilters.h"
+
+#include "app/Dialogs.h"
+#include "editing/FiltersProgressThread.h"
+#include "project/Project.h"
+
+#include <algorithm>
+
+CFilters::CFilters () = default;
+
+CFilters::CFilters (Project* projectForTexts)
+    : project (projectForTexts)
+{
+}
+
+CFilters::~CFilters () = default;
+
+void CFilters::applyFilters (const char* inputPath, const char* outputPath, int denoiseThreshold,
+                             int declickSensibility, bool normalize)
+{
+    if (!openInput (juce::File (juce::String::fromUTF8 (inputPath))))
+    {
+        showError ("Error while opening input file");
+        return;
+    }
+
+    // The input is read completely and closed before the output is opened, so both may be
+    // the same file.
+    const juce::File output (juce::String::fromUTF8 (outputPath));
+
+    if (!openOutput (output))
+    {
+        showError ("Error while opening output file");
+        return;
+    }
+
+    bool finished = false;
+
+    {
+        FiltersProgressThread worker (normalize, denoiseThreshold, declickSensibility, samples, numChannels, writer,
+                                      numSamples, project);
+        worker.runThread (juce::Thread::Priority::normal);
+        finished = worker.finished;
+    }
+
+    // Deleting the writer completes the file.
+    writer = nullptr;
+    ownedWriter.reset ();
+    samples = nullptr;
+    ownedSamples.free ();
+
+    if (!finished)
+        output.deleteFile ();
+}
+
+bool CFilters::openInput (const juce::File& input)
+{
+    if (!input.existsAsFile ())
+        return false;
+
+    auto stream = input.createInputStream ();
+
+    if (stream == nullptr)
+        return false;
+
+    juce::WavAudioFormat wav;
+    std::unique_ptr<juce::AudioFormatReader> opened (wav.createReaderFor (stream.release (), true));
+
+    if (opened == nullptr)
+        return false;
+
+    reader = opened.get ();
+    numSamples = (int) reader->lengthInSamples;
+    numChannels = (int) reader->numChannels;
+    loadSamples (*reader);
+
+    sampleRate = reader->sampleRate;
+    metadataValues = reader->metadataValues;
+    bitsPerSample = (int) reader->bitsPerSample;
+    reader = nullptr;
+    return true;
+}
+
+void CFilters::loadSamples (juce::AudioFormatReader& source)
+{
+    // Every frame is cut to the top 16 bits of its two first channels, interleaved, and the
+    // first numChannels * numSamples of those values become floats. The file goes through in
+    // slices, so that nothing but the float array stays in memory.
+    const juce::int64 total = (juce::int64) numChannels * std::max (numSamples, 0);
+    ownedSamples.calloc ((size_t) std::max<juce::int64> (total, 1));
+    samples = ownedSamples.get ();
+
+    const int sliceFrames = 65536;
+    juce::HeapBlock<int> left (sliceFrames), right (sliceFrames);
+    juce::HeapBlock<juce::int16> pairs (2 * sliceFrames);
+    int* channels[] = { left.get (), right.get () };
+
+    for (int start = 0; start < numSamples && 2 * (juce::int64) start < total; start += sliceFrames)
+    {
+        const int count = std::min (sliceFrames, numSamples - start);
+        source.read (channels, 2, start, count, false);
+
+        for (int i = 0; i < count; ++i)
+        {
+            pairs[2 * i] = (juce::int16) (left[i] >> 16);
+            pairs[2 * i + 1] = (juce::int16) (right[i] >> 16);
+        }
+
+        const juce::int64 first = 2 * (juce::int64) start;
+        const int values = (int) std::min<juce::int64> (2 * (juce::int64) count, total - first);
+        JUCE_BEGIN_IGNORE_WARNINGS_GCC_LIKE ("-Wdeprecated-declarations")
+        juce::AudioDataConverters::convertInt16LEToFloat (pairs.get (), samples + first, values, 2);
+        JUCE_END_IGNORE_WARNINGS_GCC_LIKE
+    }
+}
+
+bool CFilters::openOutput (const juce::File& output)
+{
+    if (output.exists ())
+        output.deleteFile ();
+
+    std::unique_ptr<juce::OutputStream> stream (output.createOutputStream (32768));
+
+    if (stream == nullptr)
+        return false;
+
+    juce::WavAudioFormat wav;
+    ownedWriter.reset (
+        wav.createWriterFor (stream.get (), sampleRate, (unsigned int) numChannels, bitsPerSample, metadataValues, 0));
+
+    if (ownedWriter == nullptr)
+        return false;
+
+    stream.release (); // now the writer's
+    writer = ownedWriter.get ();
+    return true;
+}

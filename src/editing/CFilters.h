@@ -1,0 +1,44 @@
+#pragma once
+
+#include <juce_audio_formats/juce_audio_formats.h>
+
+class Project;
+
+/**
+    A filter run on one WAV file: the file is loaded whole from its top 16 bits, normalized,
+    passed through the declicker and the denoiser, scaled by 0.8 and written in the file's own
+    format, behind a progress window with Cancel. Input and output may be the same file.
+*/
+class CFilters
+{
+public:
+    CFilters ();
+    explicit CFilters (Project* projectForTexts);
+    virtual ~CFilters ();
+
+    /** The whole run. Failures show the error box; a cancelled run leaves no output file. */
+    void applyFilters (const char* inputPath, const char* outputPath, int denoiseThreshold, int declickSensibility,
+                       bool normalize);
+
+    int numSamples = 0;
+    int numChannels = 0;
+    double sampleRate = 0.0;
+    int bitsPerSample = 0;
+    juce::StringPairArray metadataValues{ true };
+    juce::AudioFormatReader* reader = nullptr; // only while the input is being loaded
+    juce::AudioFormatWriter* writer = nullptr;
+    float* samples = nullptr; // interleaved, numSamples * numChannels entries
+
+protected:
+    Project* project = nullptr; // translates the shown texts; may be null
+
+private:
+    bool openInput (const juce::File& input);
+    void loadSamples (juce::AudioFormatReader& source);
+    bool openOutput (const juce::File& output);
+
+    std::unique_ptr<juce::AudioFormatWriter> ownedWriter;
+    juce::HeapBlock<float> ownedSamples;
+
+    JUCE_DECLARE_NON_COPYABLE (CFilters)
+};

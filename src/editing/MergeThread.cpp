@@ -1,0 +1,127 @@
+#include "editing/MergeThread.h"
+
+#include "editing/TrackStreaming.h"
+
+MergeThread::MergeThread (const juce::File& first, const juce::File& second, const juce::File& output,
+                          Project* projectForTexts)
+    : juce::ThreadWithProgressWindow (TrackStreaming::translate (projectForTexts, "Merging..."), true, true, 10000,
+                                      "Cancel")
+    , firstFile (first)
+    , secondFile (second)
+    , outputFile (output)
+    , transport (std::make_unique<juce::AudioTransportSource> ())
+    , formatManager (std::make_unique<juce::AudioFormatManager> ())
+    , project (projectForTexts)
+{
+    formatManager->registerBasicFormats ();
+}
+
+MergeThread::~MergeThread ()
+{
+    stopThread (10000);
+    releaseReading ();
+}
+
+void MergeThread::releaseReading ()
+{
+    transport->setSource (nullptr);
+    readerSource.reset ();
+    reader = nullptr;
+}
+
+juce::String MergeThread::appendingText (const juce::File& file) const
+{
+    return TrackStreaming::translate (project, "Appending ") + file.getFileNameWithoutExtension () +
+           TrackStreaming::translate (project, "\nto\n") + outputFile.getFileNameWithoutExtension ();
+}
+
+bool MergeThread::openReader (const juce::File& file)
+{
+    reader = formatManager->createReaderFor (file);
+
+    if (reader == nullptr)
+        return false;
+
+    readerSource = std::make_unique<juce::AudioFormatReaderSource> (reader, true);
+    TrackStreaming::startTransport (*transport, *readerSource, reader->sampleRate);
+    return true;
+}
+
+bool MergeThread::copyReader (juce::AudioFormatWriter& output, juce::AudioSampleBuffer& buffer,
+                              juce::int64 lengthBefore)
+{
+    // Whole blocks, and of the last one only what the file still holds. False on a cancel.
+    const juce::int64 length = reader->lengthInSamples;
+    const juce::AudioSourceChannelInfo block (buffer);
+    const int n = buffer.getNumSamples ();
+    juce::int64 written = 0;
+
+    while (!threadShouldExit ())
+    {
+        setProgress ((double) (lengthBefore + written) / (double) (lengthBefore + length));
+        transport->getNextAudioBlock (block);
+
+        if (written + n >= length)
+        {
+            output.writeFromAudioSampleBuffer (buffer, 0, (int) (length - written));
+            return true;
+        }
+
+        output.writeFromAudioSampleBuffer (buffer, 0, n);
+        written += n;
+    }
+
+    return false;
+}
+
+void MergeThread::run ()
+{
+    setStatusMessage (appendingText (firstFile));
+
+    if (!firstFile.exists () || !secondFile.exists ())
+        return;
+
+    success = true;
+    writer = TrackStreaming::createWriter (outputFile);
+
+    if (writer == nullptr || !openReader (firstFile))
+    {
+        success = false;
+        return;
+    }
+
+    juce::AudioSampleBuffer buffer (2, TrackStreaming::blockSize);
+    buffer.clear ();
+    bool complete = copyReader (*writer, buffer, 0);
+
+    if (complete)
+    {
+        const juce::int64 firstLength = reader->lengthInSamples;
+        setStatusMessage (appendingText (secondFile));
+        releaseReading ();
+
+        if (!openReader (secondFile))
+        {
+            // The output is left as it is, with the first file in it.
+            success = false;
+            return;
+        }
+
+        buffer.clear ();
+        complete = copyReader (*writer, buffer, firstLength);
+    }
+
+    writer.reset ();
+    releaseReading ();
+
+    // A cancel ends with the first input deleted, and success still true.
+    if (!complete)
+        firstFile.deleteFile ();
+}
+
+bool mergeFiles (juce::File first, juce::File second, juce::File output, Project* projectForTexts)
+{
+    MergeThread worker (first, second, output, projectForTexts);
+    worker.runThread (juce::Thread::Priority::normal);
+    return worker.success;
+}

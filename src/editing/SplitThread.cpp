@@ -1,0 +1,163 @@
+#include "editing/SplitThread.h"
+
+#include "editing/TrackStreaming.h"
+
+SplitThread::SplitThread (const juce::File& source, double seconds, const juce::File& start, const juce::File& end,
+                          Project* projectForTexts)
+    : juce::ThreadWithProgressWindow (TrackStreaming::translate (projectForTexts, "Splitting..."), true, true, 10000,
+                                      "Cancel")
+    , sourceFile (source)
+    , startFile (start)
+    , endFile (end)
+    , splitPosition (seconds)
+    , transport (std::make_unique<juce::AudioTransportSource> ())
+    , formatManager (std::make_unique<juce::AudioFormatManager> ())
+    , project (projectForTexts)
+{
+    formatManager->registerBasicFormats ();
+}
+
+SplitThread::~SplitThread ()
+{
+    stopThread (10000);
+    releaseReading ();
+}
+
+void SplitThread::releaseReading ()
+{
+    transport->setSource (nullptr);
+    readerSource.reset ();
+    reader = nullptr;
+}
+
+juce::String SplitThread::positionText (double sampleNumber, double rate)
+{
+    const auto seconds = (juce::int64) sampleNumber / (juce::int64) rate;
+    const auto minutes = seconds / 60;
+    const auto rest = seconds - 60 * minutes;
+    const auto hundredths = (juce::int64) (sampleNumber / rate * 100.0);
+
+    juce::String text;
+
+    if (minutes > 0)
+        text << minutes << ":" << (rest <= 9 ? "0" : "");
+
+    text << rest << "." << (hundredths <= 9 ? "0" : "") << hundredths;
+    return text;
+}
+
+void SplitThread::run ()
+{
+    if (!sourceFile.exists ())
+    {
+        success = false;
+        return;
+    }
+
+    if (startFile.exists ())
+        startFile.deleteFile ();
+
+    if (endFile.exists ())
+        endFile.deleteFile ();
+
+    auto writer = TrackStreaming::createWriter (startFile);
+    reader = writer != nullptr ? formatManager->createReaderFor (sourceFile) : nullptr;
+
+    if (reader == nullptr)
+    {
+        success = false;
+        return;
+    }
+
+    readerSource = std::make_unique<juce::AudioFormatReaderSource> (reader, true);
+    sampleRate = reader->sampleRate;
+    splitPosition = splitPosition * sampleRate;
+    const double length = (double) reader->lengthInSamples;
+
+    setStatusMessage (TrackStreaming::translate (project, "Splitting ") + sourceFile.getFileNameWithoutExtension () +
+                      TrackStreaming::translate (project, "\nat ") + positionText (splitPosition, sampleRate));
+
+    TrackStreaming::startTransport (*transport, *readerSource, reader->sampleRate);
+
+    juce::AudioSampleBuffer buffer (2, TrackStreaming::blockSize);
+    buffer.clear ();
+    const juce::AudioSourceChannelInfo block (buffer);
+    const int n = buffer.getNumSamples ();
+    double count = 0.0;
+
+    // What lies before the position.
+    while (!threadShouldExit ())
+    {
+        setProgress (count / length);
+        transport->getNextAudioBlock (block);
+
+        if (count + n < splitPosition)
+        {
+            writer->writeFromAudioSampleBuffer (buffer, 0, n);
+            count += n;
+        }
+        else
+        {
+            writer->writeFromAudioSampleBuffer (buffer, 0, (int) (splitPosition - count));
+            count = splitPosition;
+        }
+
+        if (count >= splitPosition || length <= count)
+            break;
+    }
+
+    if (threadShouldExit ())
+    {
+        writer.reset ();
+        releaseReading ();
+        startFile.deleteFile ();
+        success = false;
+        return;
+    }
+
+    writer = TrackStreaming::createWriter (endFile);
+
+    if (writer == nullptr)
+    {
+        success = false;
+        return;
+    }
+
+    // The rest of the block in hand: every block so far was a whole one.
+    const int rest = (int) ((juce::int64) splitPosition % n);
+    writer->writeFromAudioSampleBuffer (buffer, rest, n - rest);
+
+    // What lies after it, in whole blocks.
+    buffer.clear ();
+
+    while (!threadShouldExit ())
+    {
+        setProgress (count / length);
+        transport->getNextAudioBlock (block);
+        writer->writeFromAudioSampleBuffer (buffer, 0, n);
+        count += n;
+
+        if (length <= count)
+            break;
+    }
+
+    if (threadShouldExit ())
+    {
+        writer.reset ();
+        releaseReading ();
+        endFile.deleteFile ();
+        success = false;
+        return;
+    }
+
+    writer.reset ();
+    releaseReading ();
+    success = true;
+}
+
+bool splitFile (juce::File source, double seconds, juce::File start, juce::File end, Project* projectForTexts)
+{
+    SplitThread worker (source, seconds, start, end, projectForTexts);
+    worker.runThread (juce::Thread::Priority::normal);
+    return worker.success;
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <juce_audio_devices/juce_audio_devices.h>
+#include <juce_audio_formats/juce_audio_formats.h>
+
+class Project;
+
+/** What split, merge and resampling share: the fixed output format and the reading chain. */
+namespace TrackStreaming
+{
+/** Frames moved per block, and the rate everything is delivered at. */
+constexpr int blockSize = 960;
+constexpr double outputRate = 44100.0;
+
+/** A WAV writer at 44100 Hz, 2 channels, 16 bits, no metadata, on a 32768-byte buffered stream;
+    null when the file can't be opened. An existing file is written after its end, as the stream
+    finds it. */
+std::unique_ptr<juce::AudioFormatWriter> createWriter (const juce::File& file);
+
+/** Connects the source to the transport, which corrects for `sourceRate`, and starts it at the
+    beginning, delivering 960-sample blocks at 44100 Hz. */
+void startTransport (juce::AudioTransportSource& transport, juce::AudioFormatReaderSource& source, double sourceRate);
+
+/** A shown text in the user's language, when there is a project to ask. */
+juce::String translate (const Project* project, const juce::String& text);
+} // namespace TrackStreaming
