@@ -6,14 +6,14 @@
 
 #include <algorithm>
 
-CFilters::CFilters () = default;
+CFilters::CFilters() = default;
 
 CFilters::CFilters (Project* projectForTexts)
     : project (projectForTexts)
 {
 }
 
-CFilters::~CFilters () = default;
+CFilters::~CFilters() = default;
 
 void CFilters::applyFilters (const char* inputPath, const char* outputPath, int denoiseThreshold,
                              int declickSensibility, bool normalize)
@@ -45,31 +45,31 @@ void CFilters::applyFilters (const char* inputPath, const char* outputPath, int 
 
     // Deleting the writer completes the file.
     writer = nullptr;
-    ownedWriter.reset ();
+    ownedWriter.reset();
     samples = nullptr;
-    ownedSamples.free ();
+    ownedSamples.free();
 
     if (!finished)
-        output.deleteFile ();
+        output.deleteFile();
 }
 
 bool CFilters::openInput (const juce::File& input)
 {
-    if (!input.existsAsFile ())
+    if (!input.existsAsFile())
         return false;
 
-    auto stream = input.createInputStream ();
+    auto stream = input.createInputStream();
 
     if (stream == nullptr)
         return false;
 
     juce::WavAudioFormat wav;
-    std::unique_ptr<juce::AudioFormatReader> opened (wav.createReaderFor (stream.release (), true));
+    std::unique_ptr<juce::AudioFormatReader> opened (wav.createReaderFor (stream.release(), true));
 
     if (opened == nullptr)
         return false;
 
-    reader = opened.get ();
+    reader = opened.get();
     numSamples = (int) reader->lengthInSamples;
     numChannels = (int) reader->numChannels;
     loadSamples (*reader);
@@ -88,12 +88,12 @@ void CFilters::loadSamples (juce::AudioFormatReader& source)
     // slices, so that nothing but the float array stays in memory.
     const juce::int64 total = (juce::int64) numChannels * std::max (numSamples, 0);
     ownedSamples.calloc ((size_t) std::max<juce::int64> (total, 1));
-    samples = ownedSamples.get ();
+    samples = ownedSamples.get();
 
     const int sliceFrames = 65536;
     juce::HeapBlock<int> left (sliceFrames), right (sliceFrames);
     juce::HeapBlock<juce::int16> pairs (2 * sliceFrames);
-    int* channels[] = { left.get (), right.get () };
+    int* channels[] = { left.get(), right.get() };
 
     for (int start = 0; start < numSamples && 2 * (juce::int64) start < total; start += sliceFrames)
     {
@@ -109,15 +109,15 @@ void CFilters::loadSamples (juce::AudioFormatReader& source)
         const juce::int64 first = 2 * (juce::int64) start;
         const int values = (int) std::min<juce::int64> (2 * (juce::int64) count, total - first);
         JUCE_BEGIN_IGNORE_WARNINGS_GCC_LIKE ("-Wdeprecated-declarations")
-        juce::AudioDataConverters::convertInt16LEToFloat (pairs.get (), samples + first, values, 2);
+        juce::AudioDataConverters::convertInt16LEToFloat (pairs.get(), samples + first, values, 2);
         JUCE_END_IGNORE_WARNINGS_GCC_LIKE
     }
 }
 
 bool CFilters::openOutput (const juce::File& output)
 {
-    if (output.exists ())
-        output.deleteFile ();
+    if (output.exists())
+        output.deleteFile();
 
     std::unique_ptr<juce::OutputStream> stream (output.createOutputStream (32768));
 
@@ -126,12 +126,12 @@ bool CFilters::openOutput (const juce::File& output)
 
     juce::WavAudioFormat wav;
     ownedWriter.reset (
-        wav.createWriterFor (stream.get (), sampleRate, (unsigned int) numChannels, bitsPerSample, metadataValues, 0));
+        wav.createWriterFor (stream.get(), sampleRate, (unsigned int) numChannels, bitsPerSample, metadataValues, 0));
 
     if (ownedWriter == nullptr)
         return false;
 
-    stream.release (); // now the writer's
-    writer = ownedWriter.get ();
+    stream.release(); // now the writer's
+    writer = ownedWriter.get();
     return true;
 }

@@ -12,9 +12,9 @@ class Project;
 class CFilters
 {
 public:
-    CFilters ();
+    CFilters();
     explicit CFilters (Project* projectForTexts);
-    virtual ~CFilters ();
+    virtual ~CFilters();
 
     /** The whole run. Failures show the error box; a cancelled run leaves no output file. */
     void applyFilters (const char* inputPath, const char* outputPath, int denoiseThreshold, int declickSensibility,

@@ -6,7 +6,7 @@
 
 void setupDeclicker (DeclickerState& state, double sampleRate)
 {
-    state = DeclickerState ();
+    state = DeclickerState();
     state.sampleRate = (float) sampleRate;
     std::fill (std::begin (state.energyRing), std::end (state.energyRing), 0.0f);
     std::fill (std::begin (state.delayRing), std::end (state.delayRing), 0.0f);

@@ -28,9 +28,9 @@ juce::String FiltersProgressThread::translate (const juce::String& text) const
     return project != nullptr ? project->translate (text) : text;
 }
 
-void FiltersProgressThread::normalizeSamples ()
+void FiltersProgressThread::normalizeSamples()
 {
-    setStatusMessage (translate ("Normalizing..."));
+    showStatus (translate ("Normalizing..."));
     setProgress (0.0);
 
     const juce::int64 total = (juce::int64) numSamples * numChannels;
@@ -53,13 +53,13 @@ void FiltersProgressThread::normalizeSamples ()
         samples[i] = samples[i] / peak;
 }
 
-void FiltersProgressThread::run ()
+void FiltersProgressThread::run()
 {
     finished = false;
     const double filterRate = 44100.0; // no reader here, so the states always get this rate
 
     if (normalize)
-        normalizeSamples ();
+        normalizeSamples();
 
     // Both filters are set up for each channel even when they are off; two channels at most.
     const int filteredChannels = std::min (numChannels, 2);
@@ -68,11 +68,11 @@ void FiltersProgressThread::run ()
 
     for (int channel = 0; channel < filteredChannels; ++channel)
     {
-        declickers[channel] = std::make_unique<DeclickerState> ();
+        declickers[channel] = std::make_unique<DeclickerState>();
         setupDeclicker (*declickers[channel], filterRate);
         declickers[channel]->threshold = (float) (2.0 - declickSensibility / 100.0);
 
-        denoisers[channel] = std::make_unique<DenoiserState> ();
+        denoisers[channel] = std::make_unique<DenoiserState>();
         setupDenoiser (*denoisers[channel], filterRate);
         denoisers[channel]->threshold = (float) (denoiseThreshold / 100.0);
     }
@@ -83,7 +83,7 @@ void FiltersProgressThread::run ()
     int left[256], right[256];
     const int* channels[] = { left, right, nullptr };
 
-    setStatusMessage (translate ("Applying filters..."));
+    showStatus (translate ("Applying filters..."));
 
     const juce::int64 total = (juce::int64) numSamples * numChannels;
     const juce::int64 entriesPerBlock = (juce::int64) numChannels * 256;
@@ -91,7 +91,7 @@ void FiltersProgressThread::run ()
 
     for (juce::int64 start = 0; start + entriesPerBlock <= total; start += entriesPerBlock)
     {
-        if (threadShouldExit ())
+        if (threadShouldExit())
             return;
 
         setProgress ((double) frameCount / numSamples);

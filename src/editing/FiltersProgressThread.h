@@ -16,16 +16,20 @@ public:
                            int numChannels, juce::AudioFormatWriter* writer, int numSamples,
                            Project* projectForTexts = nullptr);
 
-    void run () override;
+    void run() override;
 
     int denoiseThreshold = -1;
     int declickSensibility = -1;
     bool normalize = true;
     bool finished = false;
 
+protected:
+    /** Puts a status line in the window; the one place the worker's texts pass through. */
+    virtual void showStatus (const juce::String& text) { setStatusMessage (text); }
+
 private:
     juce::String translate (const juce::String& text) const;
-    void normalizeSamples ();
+    void normalizeSamples();
 
     JUCE_DECLARE_NON_COPYABLE (FiltersProgressThread)
 };

@@ -9,30 +9,30 @@ MergeThread::MergeThread (const juce::File& first, const juce::File& second, con
     , firstFile (first)
     , secondFile (second)
     , outputFile (output)
-    , transport (std::make_unique<juce::AudioTransportSource> ())
-    , formatManager (std::make_unique<juce::AudioFormatManager> ())
+    , transport (std::make_unique<juce::AudioTransportSource>())
+    , formatManager (std::make_unique<juce::AudioFormatManager>())
     , project (projectForTexts)
 {
-    formatManager->registerBasicFormats ();
+    formatManager->registerBasicFormats();
 }
 
-MergeThread::~MergeThread ()
+MergeThread::~MergeThread()
 {
     stopThread (10000);
-    releaseReading ();
+    releaseReading();
 }
 
-void MergeThread::releaseReading ()
+void MergeThread::releaseReading()
 {
     transport->setSource (nullptr);
-    readerSource.reset ();
+    readerSource.reset();
     reader = nullptr;
 }
 
 juce::String MergeThread::appendingText (const juce::File& file) const
 {
-    return TrackStreaming::translate (project, "Appending ") + file.getFileNameWithoutExtension () +
-           TrackStreaming::translate (project, "\nto\n") + outputFile.getFileNameWithoutExtension ();
+    return TrackStreaming::translate (project, "Appending ") + file.getFileNameWithoutExtension() +
+           TrackStreaming::translate (project, "\nto\n") + outputFile.getFileNameWithoutExtension();
 }
 
 bool MergeThread::openReader (const juce::File& file)
@@ -53,10 +53,10 @@ bool MergeThread::copyReader (juce::AudioFormatWriter& output, juce::AudioSample
     // Whole blocks, and of the last one only what the file still holds. False on a cancel.
     const juce::int64 length = reader->lengthInSamples;
     const juce::AudioSourceChannelInfo block (buffer);
-    const int n = buffer.getNumSamples ();
+    const int n = buffer.getNumSamples();
     juce::int64 written = 0;
 
-    while (!threadShouldExit ())
+    while (!threadShouldExit())
     {
         setProgress ((double) (lengthBefore + written) / (double) (lengthBefore + length));
         transport->getNextAudioBlock (block);
@@ -74,11 +74,11 @@ bool MergeThread::copyReader (juce::AudioFormatWriter& output, juce::AudioSample
     return false;
 }
 
-void MergeThread::run ()
+void MergeThread::run()
 {
-    setStatusMessage (appendingText (firstFile));
+    showStatus (appendingText (firstFile));
 
-    if (!firstFile.exists () || !secondFile.exists ())
+    if (!firstFile.exists() || !secondFile.exists())
         return;
 
     success = true;
@@ -91,14 +91,14 @@ void MergeThread::run ()
     }
 
     juce::AudioSampleBuffer buffer (2, TrackStreaming::blockSize);
-    buffer.clear ();
+    buffer.clear();
     bool complete = copyReader (*writer, buffer, 0);
 
     if (complete)
     {
         const juce::int64 firstLength = reader->lengthInSamples;
-        setStatusMessage (appendingText (secondFile));
-        releaseReading ();
+        showStatus (appendingText (secondFile));
+        releaseReading();
 
         if (!openReader (secondFile))
         {
@@ -107,16 +107,16 @@ void MergeThread::run ()
             return;
         }
 
-        buffer.clear ();
+        buffer.clear();
         complete = copyReader (*writer, buffer, firstLength);
     }
 
-    writer.reset ();
-    releaseReading ();
+    writer.reset();
+    releaseReading();
 
     // A cancel ends with the first input deleted, and success still true.
     if (!complete)
-        firstFile.deleteFile ();
+        firstFile.deleteFile();
 }
 
 bool mergeFiles (juce::File first, juce::File second, juce::File output, Project* projectForTexts)

@@ -18,9 +18,9 @@ class MergeThread : public juce::ThreadWithProgressWindow
 public:
     MergeThread (const juce::File& first, const juce::File& second, const juce::File& output,
                  Project* projectForTexts = nullptr);
-    ~MergeThread () override;
+    ~MergeThread() override;
 
-    void run () override;
+    void run() override;
 
     bool success = false;
     juce::File firstFile;
@@ -31,10 +31,14 @@ public:
     juce::AudioFormatReader* reader = nullptr; // owned by readerSource
     std::unique_ptr<juce::AudioFormatManager> formatManager;
 
+protected:
+    /** Puts a status line in the window; the one place the worker's texts pass through. */
+    virtual void showStatus (const juce::String& text) { setStatusMessage (text); }
+
 private:
     bool openReader (const juce::File& file);
     bool copyReader (juce::AudioFormatWriter& writer, juce::AudioSampleBuffer& buffer, juce::int64 lengthBefore);
-    void releaseReading ();
+    void releaseReading();
     juce::String appendingText (const juce::File& file) const;
 
     std::unique_ptr<juce::AudioFormatWriter> writer;

@@ -6,8 +6,14 @@ Page2::Page2 (Project* projectToUse, juce::ActionListener* listener)
     addActionListener (listener);
 }
 
-void Page2::resized () {}
+void Page2::resized()
+{
+}
 
-void Page2::updateTrackList () {}
+void Page2::updateTrackList()
+{
+}
 
-void Page2::updateButtonVisibility () {}
+void Page2::updateButtonVisibility()
+{
+}

@@ -94,8 +94,8 @@ void RealFFT::forward (float* f, const float* x)
 void RealFFT::forwardPasses (float* f, const float* x)
 {
     // bitCount - 1 passes in all: start where an odd or even count of them ends in `f`.
-    float* d = (bitCount & 1) != 0 ? scratch.get () : f;
-    float* s = (bitCount & 1) != 0 ? f : scratch.get ();
+    float* d = (bitCount & 1) != 0 ? scratch.get() : f;
+    float* s = (bitCount & 1) != 0 ? f : scratch.get();
     const int* rev = bitReverseTable;
 
     // First two passes at once, reading through the bit-reversed order.
@@ -206,8 +206,8 @@ void RealFFT::inversePasses (const float* f, float* x)
 {
     // The passes before the last alternate between `x` and `scratch`, and must end in
     // `scratch`: the last one reads from it and scatters into `x`.
-    float* spare = (bitCount & 1) != 0 ? x : scratch.get ();
-    float* d = (bitCount & 1) != 0 ? scratch.get () : x;
+    float* spare = (bitCount & 1) != 0 ? x : scratch.get();
+    float* d = (bitCount & 1) != 0 ? scratch.get() : x;
     const float* s = f;
 
     for (int pass = bitCount - 1; pass >= 3; --pass)

@@ -9,34 +9,34 @@ ResamplerThread::ResamplerThread (juce::File* input, juce::File* output, double 
     , success (input != nullptr)
     , inPlace (output == nullptr)
     , ratio (ratioToUse)
-    , transport (std::make_unique<juce::AudioTransportSource> ())
-    , formatManager (std::make_unique<juce::AudioFormatManager> ())
+    , transport (std::make_unique<juce::AudioTransportSource>())
+    , formatManager (std::make_unique<juce::AudioFormatManager>())
 {
     outputFile = inPlace ? juce::File::createTempFile (".wav") : *output;
-    formatManager->registerBasicFormats ();
+    formatManager->registerBasicFormats();
 }
 
-ResamplerThread::~ResamplerThread ()
+ResamplerThread::~ResamplerThread()
 {
     stopThread (10000);
-    releaseReading ();
+    releaseReading();
 }
 
-void ResamplerThread::releaseReading ()
+void ResamplerThread::releaseReading()
 {
     transport->setSource (nullptr);
-    readerSource.reset ();
+    readerSource.reset();
     reader = nullptr;
 }
 
-void ResamplerThread::run ()
+void ResamplerThread::run()
 {
     if (inputFile == nullptr)
         return;
 
-    setStatusMessage (inputFile->getFileNameWithoutExtension ());
+    showStatus (inputFile->getFileNameWithoutExtension());
 
-    if (!inputFile->exists ())
+    if (!inputFile->exists())
     {
         success = false;
         return;
@@ -65,18 +65,18 @@ void ResamplerThread::run ()
     TrackStreaming::startTransport (*transport, *readerSource, reader->sampleRate * ratio);
 
     juce::AudioSampleBuffer buffer (2, TrackStreaming::blockSize);
-    buffer.clear ();
+    buffer.clear();
     const juce::AudioSourceChannelInfo block (buffer);
     const double length = (double) reader->lengthInSamples;
     juce::int64 written = 0;
     bool complete = false;
 
-    while (!threadShouldExit ())
+    while (!threadShouldExit())
     {
         setProgress ((double) written / length);
         transport->getNextAudioBlock (block);
-        writer->writeFromAudioSampleBuffer (buffer, 0, buffer.getNumSamples ());
-        written += buffer.getNumSamples ();
+        writer->writeFromAudioSampleBuffer (buffer, 0, buffer.getNumSamples());
+        written += buffer.getNumSamples();
 
         if ((double) written * ratio >= length)
         {
@@ -85,13 +85,13 @@ void ResamplerThread::run ()
         }
     }
 
-    writer.reset ();
-    releaseReading ();
+    writer.reset();
+    releaseReading();
 
     if (!complete)
     {
-        outputFile.deleteFile ();
-        inputFile->deleteFile ();
+        outputFile.deleteFile();
+        inputFile->deleteFile();
         return;
     }
 

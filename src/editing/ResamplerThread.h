@@ -17,9 +17,9 @@ class ResamplerThread : public juce::ThreadWithProgressWindow
 {
 public:
     ResamplerThread (juce::File* input, juce::File* output, double ratio, Project* projectForTexts = nullptr);
-    ~ResamplerThread () override;
+    ~ResamplerThread() override;
 
-    void run () override;
+    void run() override;
 
     juce::File* inputFile; // not owned
     juce::File outputFile; // the caller's, or a temporary one when working in place
@@ -31,8 +31,12 @@ public:
     juce::AudioFormatReader* reader = nullptr; // owned by readerSource
     std::unique_ptr<juce::AudioFormatManager> formatManager;
 
+protected:
+    /** Puts a status line in the window; the one place the worker's texts pass through. */
+    virtual void showStatus (const juce::String& text) { setStatusMessage (text); }
+
 private:
-    void releaseReading ();
+    void releaseReading();
 
     JUCE_DECLARE_NON_COPYABLE (ResamplerThread)
 };

@@ -10,23 +10,23 @@ SplitThread::SplitThread (const juce::File& source, double seconds, const juce::
     , startFile (start)
     , endFile (end)
     , splitPosition (seconds)
-    , transport (std::make_unique<juce::AudioTransportSource> ())
-    , formatManager (std::make_unique<juce::AudioFormatManager> ())
+    , transport (std::make_unique<juce::AudioTransportSource>())
+    , formatManager (std::make_unique<juce::AudioFormatManager>())
     , project (projectForTexts)
 {
-    formatManager->registerBasicFormats ();
+    formatManager->registerBasicFormats();
 }
 
-SplitThread::~SplitThread ()
+SplitThread::~SplitThread()
 {
     stopThread (10000);
-    releaseReading ();
+    releaseReading();
 }
 
-void SplitThread::releaseReading ()
+void SplitThread::releaseReading()
 {
     transport->setSource (nullptr);
-    readerSource.reset ();
+    readerSource.reset();
     reader = nullptr;
 }
 
@@ -46,19 +46,19 @@ juce::String SplitThread::positionText (double sampleNumber, double rate)
     return text;
 }
 
-void SplitThread::run ()
+void SplitThread::run()
 {
-    if (!sourceFile.exists ())
+    if (!sourceFile.exists())
     {
         success = false;
         return;
     }
 
-    if (startFile.exists ())
-        startFile.deleteFile ();
+    if (startFile.exists())
+        startFile.deleteFile();
 
-    if (endFile.exists ())
-        endFile.deleteFile ();
+    if (endFile.exists())
+        endFile.deleteFile();
 
     auto writer = TrackStreaming::createWriter (startFile);
     reader = writer != nullptr ? formatManager->createReaderFor (sourceFile) : nullptr;
@@ -74,19 +74,19 @@ void SplitThread::run ()
     splitPosition = splitPosition * sampleRate;
     const double length = (double) reader->lengthInSamples;
 
-    setStatusMessage (TrackStreaming::translate (project, "Splitting ") + sourceFile.getFileNameWithoutExtension () +
-                      TrackStreaming::translate (project, "\nat ") + positionText (splitPosition, sampleRate));
+    showStatus (TrackStreaming::translate (project, "Splitting ") + sourceFile.getFileNameWithoutExtension() +
+                TrackStreaming::translate (project, "\nat ") + positionText (splitPosition, sampleRate));
 
     TrackStreaming::startTransport (*transport, *readerSource, reader->sampleRate);
 
     juce::AudioSampleBuffer buffer (2, TrackStreaming::blockSize);
-    buffer.clear ();
+    buffer.clear();
     const juce::AudioSourceChannelInfo block (buffer);
-    const int n = buffer.getNumSamples ();
+    const int n = buffer.getNumSamples();
     double count = 0.0;
 
     // What lies before the position.
-    while (!threadShouldExit ())
+    while (!threadShouldExit())
     {
         setProgress (count / length);
         transport->getNextAudioBlock (block);
@@ -106,11 +106,11 @@ void SplitThread::run ()
             break;
     }
 
-    if (threadShouldExit ())
+    if (threadShouldExit())
     {
-        writer.reset ();
-        releaseReading ();
-        startFile.deleteFile ();
+        writer.reset();
+        releaseReading();
+        startFile.deleteFile();
         success = false;
         return;
     }
@@ -128,9 +128,9 @@ void SplitThread::run ()
     writer->writeFromAudioSampleBuffer (buffer, rest, n - rest);
 
     // What lies after it, in whole blocks.
-    buffer.clear ();
+    buffer.clear();
 
-    while (!threadShouldExit ())
+    while (!threadShouldExit())
     {
         setProgress (count / length);
         transport->getNextAudioBlock (block);
@@ -141,17 +141,17 @@ void SplitThread::run ()
             break;
     }
 
-    if (threadShouldExit ())
+    if (threadShouldExit())
     {
-        writer.reset ();
-        releaseReading ();
-        endFile.deleteFile ();
+        writer.reset();
+        releaseReading();
+        endFile.deleteFile();
         success = false;
         return;
     }
 
-    writer.reset ();
-    releaseReading ();
+    writer.reset();
+    releaseReading();
     success = true;
 }
 

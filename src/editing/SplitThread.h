@@ -16,9 +16,9 @@ class SplitThread : public juce::ThreadWithProgressWindow
 public:
     SplitThread (const juce::File& source, double seconds, const juce::File& start, const juce::File& end,
                  Project* projectForTexts = nullptr);
-    ~SplitThread () override;
+    ~SplitThread() override;
 
-    void run () override;
+    void run() override;
 
     /** A sample number as the window shows it: "1:01.6150" for 61.5 seconds (the figures after
         the point count hundredths from the start of the file). */
@@ -35,8 +35,12 @@ public:
     juce::AudioFormatReader* reader = nullptr; // owned by readerSource
     std::unique_ptr<juce::AudioFormatManager> formatManager;
 
+protected:
+    /** Puts a status line in the window; the one place the worker's texts pass through. */
+    virtual void showStatus (const juce::String& text) { setStatusMessage (text); }
+
 private:
-    void releaseReading ();
+    void releaseReading();
 
     Project* project;
 

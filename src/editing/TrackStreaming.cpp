@@ -13,10 +13,10 @@ std::unique_ptr<juce::AudioFormatWriter> createWriter (const juce::File& file)
 
     juce::WavAudioFormat wav;
     std::unique_ptr<juce::AudioFormatWriter> writer (
-        wav.createWriterFor (stream.get (), outputRate, 2, 16, juce::StringPairArray (), 0));
+        wav.createWriterFor (stream.get(), outputRate, 2, 16, juce::StringPairArray(), 0));
 
     if (writer != nullptr)
-        stream.release (); // now the writer's
+        stream.release(); // now the writer's
 
     return writer;
 }
@@ -26,7 +26,7 @@ void startTransport (juce::AudioTransportSource& transport, juce::AudioFormatRea
     transport.setSource (&source, 0, nullptr, sourceRate);
     transport.setPosition (0.0);
     transport.prepareToPlay (blockSize, outputRate);
-    transport.start ();
+    transport.start();
 }
 
 juce::String translate (const Project* project, const juce::String& text)
