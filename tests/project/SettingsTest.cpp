@@ -113,20 +113,20 @@ TEST (Settings, settingsSurviveARestartWithTheseBytesOnDisk)
         project.setAddTrackNumbers (false);
     }
 
-    const juce::String expected = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                                  "\n"
-                                  "<PROPERTIES>\n"
-                                  "  <VALUE name=\"preamp\" val=\"1\"/>\n"
-                                  "  <VALUE name=\"rootdir\" val=\"/music/records\"/>\n"
-                                  "  <VALUE name=\"outputformat\" val=\"6\"/>\n"
-                                  "  <VALUE name=\"threshold\" val=\"-48\"/>\n"
-                                  "  <VALUE name=\"silencelength\" val=\"12\"/>\n"
-                                  "  <VALUE name=\"minsilence\" val=\"3\"/>\n"
-                                  "  <VALUE name=\"lame_vbr\" val=\"0\"/>\n"
-                                  "  <VALUE name=\"lame_quality\" val=\"192\"/>\n"
-                                  "  <VALUE name=\"keep_waves\" val=\"1\"/>\n"
-                                  "  <VALUE name=\"add_track_num\" val=\"0\"/>\n"
-                                  "</PROPERTIES>\n";
+    const juce::String expected = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n"
+                                  "\r\n"
+                                  "<PROPERTIES>\r\n"
+                                  "  <VALUE name=\"preamp\" val=\"1\"/>\r\n"
+                                  "  <VALUE name=\"rootdir\" val=\"/music/records\"/>\r\n"
+                                  "  <VALUE name=\"outputformat\" val=\"6\"/>\r\n"
+                                  "  <VALUE name=\"threshold\" val=\"-48\"/>\r\n"
+                                  "  <VALUE name=\"silencelength\" val=\"12\"/>\r\n"
+                                  "  <VALUE name=\"minsilence\" val=\"3\"/>\r\n"
+                                  "  <VALUE name=\"lame_vbr\" val=\"0\"/>\r\n"
+                                  "  <VALUE name=\"lame_quality\" val=\"192\"/>\r\n"
+                                  "  <VALUE name=\"keep_waves\" val=\"1\"/>\r\n"
+                                  "  <VALUE name=\"add_track_num\" val=\"0\"/>\r\n"
+                                  "</PROPERTIES>\r\n";
     EXPECT_EQ (settingsFile().loadFileAsString(), expected);
 
     Project again;
