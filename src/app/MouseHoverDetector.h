@@ -13,6 +13,7 @@ public:
     virtual ~MouseHoverDetector();
 
     void setHoverTimeMillisecs (int newTimeInMillisecs) { hoverTimeMillisecs = newTimeInMillisecs; }
+    int getHoverTimeMillisecs() const { return hoverTimeMillisecs; }
     void setHoverComponent (juce::Component* newSourceComponent);
 
 protected:
