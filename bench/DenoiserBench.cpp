@@ -1,0 +1,82 @@
+// The per-block cost of the filters of a filter run, one channel of 256 samples at a time.
+#include "editing/Declicker.h"
+#include "editing/Denoiser.h"
+#include "editing/RealFFT.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <random>
+#include <vector>
+
+namespace
+{
+std::vector<float> noisyMusic (int length)
+{
+    std::mt19937 generator (42);
+    std::normal_distribution<float> noise (0.0f, 0.05f);
+    std::vector<float> signal ((size_t) length);
+
+    for (int i = 0; i < length; ++i)
+        signal[(size_t) i] = 0.3f * std::sin ((float) i * 0.0627f) + noise (generator) + (i % 9000 == 0 ? 0.9f : 0.0f);
+
+    return signal;
+}
+} // namespace
+
+static void denoiserBlock (benchmark::State& state)
+{
+    DenoiserState denoiser;
+    setupDenoiser (denoiser, 44100.0);
+    denoiser.threshold = 0.2f;
+    const auto input = noisyMusic (256 * 64);
+    float block[256];
+    size_t offset = 0;
+
+    for (auto _ : state)
+    {
+        std::copy (input.begin() + (long) offset, input.begin() + (long) offset + 256, block);
+        processDenoiser (denoiser, block);
+        benchmark::DoNotOptimize (block);
+        offset = (offset + 256) % input.size();
+    }
+
+    state.counters["x_realtime"] = benchmark::Counter (256.0 / 44100.0, benchmark::Counter::kIsIterationInvariantRate);
+}
+BENCHMARK (denoiserBlock);
+
+static void declickerBlock (benchmark::State& state)
+{
+    DeclickerState declicker;
+    setupDeclicker (declicker, 44100.0);
+    declicker.threshold = 1.5f;
+    const auto input = noisyMusic (256 * 64);
+    float block[256];
+    size_t offset = 0;
+
+    for (auto _ : state)
+    {
+        std::copy (input.begin() + (long) offset, input.begin() + (long) offset + 256, block);
+        processDeclicker (declicker, block);
+        benchmark::DoNotOptimize (block);
+        offset = (offset + 256) % input.size();
+    }
+
+    state.counters["x_realtime"] = benchmark::Counter (256.0 / 44100.0, benchmark::Counter::kIsIterationInvariantRate);
+}
+BENCHMARK (declickerBlock);
+
+static void fftForwardAndInverse (benchmark::State& state)
+{
+    RealFFT fft (1024);
+    auto input = noisyMusic (1024);
+    std::vector<float> spectrum (1024), output (1024);
+
+    for (auto _ : state)
+    {
+        fft.forward (spectrum.data(), input.data());
+        fft.inverse (spectrum.data(), output.data());
+        benchmark::DoNotOptimize (output.data());
+    }
+}
+BENCHMARK (fftForwardAndInverse);

@@ -1,0 +1,179 @@
+// Track cleaning and surgery on a whole side: a filter run (declicker, denoiser, normalize),
+// the 45-to-33 resampler, a split and a merge, each as times real time. The track is named by
+// GROOVESMITH_BENCH_TRACK (bench/filters.sh makes a 20-minute one); without it these skip.
+#include "editing/CFilters.h"
+#include "editing/MergeThread.h"
+#include "editing/ResamplerThread.h"
+#include "editing/SplitThread.h"
+
+#include <juce_gui_basics/juce_gui_basics.h>
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+namespace
+{
+/** The progress windows need JUCE's message loop on this thread. */
+void initialiseJuce()
+{
+    // As in the program, JUCE then ignores the X errors of a display without a window manager.
+    juce::JUCEApplicationBase::createInstance = []() -> juce::JUCEApplicationBase* { return nullptr; };
+    static juce::ScopedJuceInitialiser_GUI juce;
+}
+
+juce::File benchTrack()
+{
+    const char* path = std::getenv ("GROOVESMITH_BENCH_TRACK");
+    return path != nullptr ? juce::File (path) : juce::File();
+}
+
+juce::File workFolder()
+{
+    auto folder = juce::File::getSpecialLocation (juce::File::tempDirectory).getChildFile ("groovesmith-bench");
+    folder.createDirectory();
+    return folder;
+}
+
+double secondsOf (const juce::File& file)
+{
+    juce::WavAudioFormat wav;
+    std::unique_ptr<juce::AudioFormatReader> reader (wav.createReaderFor (file.createInputStream().release(), true));
+    return reader != nullptr ? (double) reader->lengthInSamples / reader->sampleRate : 0.0;
+}
+
+/** Peak and current resident memory in kB, from the kernel; the peak can be reset. */
+long memoryFigure (const char* key)
+{
+    std::ifstream status ("/proc/self/status");
+    std::string line;
+
+    while (std::getline (status, line))
+        if (line.rfind (key, 0) == 0)
+            return std::atol (line.c_str() + std::char_traits<char>::length (key));
+
+    return -1;
+}
+
+void resetPeakMemory()
+{
+    std::ofstream ("/proc/self/clear_refs") << "5";
+}
+
+/** Runs `job` once per iteration and reports the audio seconds handled per second. */
+template <typename Job>
+void timeJob (benchmark::State& state, double audioSeconds, Job job)
+{
+    double elapsed = 0.0;
+
+    for (auto _ : state)
+    {
+        const auto start = std::chrono::steady_clock::now();
+        job();
+        const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+        elapsed += took.count();
+        state.SetIterationTime (took.count());
+    }
+
+    state.counters["audio_s"] = audioSeconds;
+    state.counters["x_realtime"] = audioSeconds * (double) state.iterations() / elapsed;
+}
+
+bool haveTrack (benchmark::State& state)
+{
+    if (benchTrack().existsAsFile())
+        return true;
+
+    state.SkipWithError ("set GROOVESMITH_BENCH_TRACK to a WAV file");
+    return false;
+}
+} // namespace
+
+static void filterRun (benchmark::State& state)
+{
+    if (! haveTrack (state))
+        return;
+
+    initialiseJuce();
+    const auto input = benchTrack();
+    const auto output = workFolder().getChildFile ("filtered.wav");
+    const long before = memoryFigure ("VmRSS:");
+    resetPeakMemory();
+
+    timeJob (state, secondsOf (input), [&]
+    {
+        CFilters filters;
+        filters.applyFilters (input.getFullPathName().toRawUTF8(), output.getFullPathName().toRawUTF8(), 20, 50,
+                              true);
+    });
+
+    const long peak = memoryFigure ("VmHWM:");
+    juce::WavAudioFormat wav;
+    std::unique_ptr<juce::AudioFormatReader> reader (wav.createReaderFor (input.createInputStream().release(), true));
+    state.counters["peak_rss_MB"] = (double) peak / 1024.0;
+    state.counters["rss_before_MB"] = (double) before / 1024.0;
+    state.counters["floats_MB"] =
+        (double) reader->lengthInSamples * reader->numChannels * sizeof (float) / (1024.0 * 1024.0);
+    output.deleteFile();
+}
+BENCHMARK (filterRun)->Unit (benchmark::kSecond)->Iterations (1)->UseManualTime();
+
+static void resampler (benchmark::State& state)
+{
+    if (! haveTrack (state))
+        return;
+
+    initialiseJuce();
+    auto input = benchTrack();
+    auto output = workFolder().getChildFile ("resampled.wav");
+
+    timeJob (state, secondsOf (input), [&]
+    {
+        output.deleteFile();
+        resampleFile (&input, &output, 0.74);
+    });
+
+    output.deleteFile();
+}
+BENCHMARK (resampler)->Unit (benchmark::kSecond)->Iterations (1)->UseManualTime();
+
+static void split (benchmark::State& state)
+{
+    if (! haveTrack (state))
+        return;
+
+    initialiseJuce();
+    const auto input = benchTrack();
+    const auto start = workFolder().getChildFile ("start.wav");
+    const auto end = workFolder().getChildFile ("end.wav");
+    const double seconds = secondsOf (input);
+
+    timeJob (state, seconds, [&] { splitFile (input, seconds / 2.0, start, end); });
+
+    start.deleteFile();
+    end.deleteFile();
+}
+BENCHMARK (split)->Unit (benchmark::kSecond)->Iterations (1)->UseManualTime();
+
+static void merge (benchmark::State& state)
+{
+    if (! haveTrack (state))
+        return;
+
+    initialiseJuce();
+    const auto input = benchTrack();
+    const auto output = workFolder().getChildFile ("merged.wav");
+
+    // The track joined to itself: twice its length goes through.
+    timeJob (state, 2.0 * secondsOf (input), [&]
+    {
+        output.deleteFile();
+        mergeFiles (input, input, output);
+    });
+
+    output.deleteFile();
+}
+BENCHMARK (merge)->Unit (benchmark::kSecond)->Iterations (1)->UseManualTime();
