@@ -42,6 +42,8 @@ public:
 private:
     void forwardPasses (float* spectrum, const float* time);
     void inversePasses (const float* spectrum, float* time);
+    void forwardPassesSmall (float* spectrum, const float* time);
+    void inversePassesSmall (const float* spectrum, float* time);
 
     JUCE_DECLARE_NON_COPYABLE (RealFFT)
 };

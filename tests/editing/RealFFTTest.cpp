@@ -1,6 +1,8 @@
 // The real FFT: its tables, its half-complex spectrum, and the way back.
 #include "editing/RealFFT.h"
 
+#include "PlainFilters.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -248,4 +250,27 @@ TEST (RealFFT, rescaleMultipliesByTheReciprocalOfTheLength)
     EXPECT_EQ (data[1], -2.0f);
     EXPECT_EQ (data[2], 0.125f);
     EXPECT_EQ (data[7], -1.0f);
+}
+
+TEST (RealFFT, givesTheSameBitsAsThePlainPassesAtEveryLength)
+{
+    for (int length = 8; length <= 4096; length *= 2)
+    {
+        RealFFT fft (length);
+        const auto input = randomSignal (length, 99u + (unsigned) length);
+        std::vector<float> fast ((size_t) length), plain ((size_t) length);
+        std::vector<float> fastBack ((size_t) length), plainBack ((size_t) length);
+
+        fft.forward (fast.data(), input.data());
+        PlainFilters::forwardPasses (fft, plain.data(), input.data());
+
+        for (int k = 0; k < length; ++k)
+            ASSERT_EQ (fast[(size_t) k], plain[(size_t) k]) << "forward, length " << length << ", entry " << k;
+
+        fft.inverse (fast.data(), fastBack.data());
+        PlainFilters::inversePasses (fft, plain.data(), plainBack.data());
+
+        for (int k = 0; k < length; ++k)
+            ASSERT_EQ (fastBack[(size_t) k], plainBack[(size_t) k]) << "inverse, length " << length << ", entry " << k;
+    }
 }
