@@ -5,11 +5,11 @@
 // SSE2 where the compiler targets x86-64, plain arrays everywhere else.
 
 #if defined(__SSE2__) || defined(_M_X64) || (defined(_M_IX86_FP) && _M_IX86_FP >= 2)
-    #define GROOVESMITH_FLOAT_VECTOR_SSE2 1
-    #include <emmintrin.h>
+#define GROOVESMITH_FLOAT_VECTOR_SSE2 1
+#include <emmintrin.h>
 #else
-    #define GROOVESMITH_FLOAT_VECTOR_SSE2 0
-    #include <cmath>
+#define GROOVESMITH_FLOAT_VECTOR_SSE2 0
+#include <cmath>
 #endif
 
 struct FloatVector
@@ -17,21 +17,66 @@ struct FloatVector
 #if GROOVESMITH_FLOAT_VECTOR_SSE2
     __m128 v;
 
-    static FloatVector load (const float* p) { return { _mm_loadu_ps (p) }; }
-    void store (float* p) const { _mm_storeu_ps (p, v); }
-    static FloatVector fill (float x) { return { _mm_set1_ps (x) }; }
-    static FloatVector zero() { return { _mm_setzero_ps() }; }
-    static FloatVector of (float a, float b, float c, float d) { return { _mm_setr_ps (a, b, c, d) }; }
+    static FloatVector load (const float* p)
+    {
+        return { _mm_loadu_ps (p) };
+    }
+    void store (float* p) const
+    {
+        _mm_storeu_ps (p, v);
+    }
+    static FloatVector fill (float x)
+    {
+        return { _mm_set1_ps (x) };
+    }
+    static FloatVector zero()
+    {
+        return { _mm_setzero_ps() };
+    }
+    static FloatVector of (float a, float b, float c, float d)
+    {
+        return { _mm_setr_ps (a, b, c, d) };
+    }
 
-    friend FloatVector operator+ (FloatVector a, FloatVector b) { return { _mm_add_ps (a.v, b.v) }; }
-    friend FloatVector operator- (FloatVector a, FloatVector b) { return { _mm_sub_ps (a.v, b.v) }; }
-    friend FloatVector operator* (FloatVector a, FloatVector b) { return { _mm_mul_ps (a.v, b.v) }; }
-    friend FloatVector operator/ (FloatVector a, FloatVector b) { return { _mm_div_ps (a.v, b.v) }; }
+    friend FloatVector operator+ (FloatVector a, FloatVector b)
+    {
+        return { _mm_add_ps (a.v, b.v) };
+    }
+    friend FloatVector operator- (FloatVector a, FloatVector b)
+    {
+        return { _mm_sub_ps (a.v, b.v) };
+    }
+    friend FloatVector operator* (FloatVector a, FloatVector b)
+    {
+        return { _mm_mul_ps (a.v, b.v) };
+    }
+    friend FloatVector operator/ (FloatVector a, FloatVector b)
+    {
+        return { _mm_div_ps (a.v, b.v) };
+    }
 
-    static FloatVector sqrt (FloatVector a) { return { _mm_sqrt_ps (a.v) }; }
+    static FloatVector sqrt (FloatVector a)
+    {
+        return { _mm_sqrt_ps (a.v) };
+    }
 
     /** Lanes in the opposite order. */
-    FloatVector reversed() const { return { _mm_shuffle_ps (v, v, _MM_SHUFFLE (0, 1, 2, 3)) }; }
+    FloatVector reversed() const
+    {
+        return { _mm_shuffle_ps (v, v, _MM_SHUFFLE (0, 1, 2, 3)) };
+    }
+
+    /** Lane 0 taken from `other`, the rest from this. */
+    FloatVector withFirstOf (FloatVector other) const
+    {
+        return { _mm_move_ss (v, other.v) };
+    }
+
+    /** Lane 0 kept, lanes 1 to 3 in the opposite order. */
+    FloatVector tailReversed() const
+    {
+        return { _mm_shuffle_ps (v, v, _MM_SHUFFLE (1, 2, 3, 0)) };
+    }
 
     /** Each lane of `a` where `a` > `b` is false (also for NaN), zero where it is true. */
     static FloatVector zeroWhereGreater (FloatVector keep, FloatVector a, FloatVector b)
@@ -47,15 +92,27 @@ struct FloatVector
 #else
     float v[4];
 
-    static FloatVector load (const float* p) { return { { p[0], p[1], p[2], p[3] } }; }
+    static FloatVector load (const float* p)
+    {
+        return { { p[0], p[1], p[2], p[3] } };
+    }
     void store (float* p) const
     {
         for (int i = 0; i < 4; ++i)
             p[i] = v[i];
     }
-    static FloatVector fill (float x) { return { { x, x, x, x } }; }
-    static FloatVector zero() { return fill (0.0f); }
-    static FloatVector of (float a, float b, float c, float d) { return { { a, b, c, d } }; }
+    static FloatVector fill (float x)
+    {
+        return { { x, x, x, x } };
+    }
+    static FloatVector zero()
+    {
+        return fill (0.0f);
+    }
+    static FloatVector of (float a, float b, float c, float d)
+    {
+        return { { a, b, c, d } };
+    }
 
     template <typename Op>
     static FloatVector each (FloatVector a, FloatVector b, Op op)
@@ -63,17 +120,42 @@ struct FloatVector
         return { { op (a.v[0], b.v[0]), op (a.v[1], b.v[1]), op (a.v[2], b.v[2]), op (a.v[3], b.v[3]) } };
     }
 
-    friend FloatVector operator+ (FloatVector a, FloatVector b) { return each (a, b, [] (float x, float y) { return x + y; }); }
-    friend FloatVector operator- (FloatVector a, FloatVector b) { return each (a, b, [] (float x, float y) { return x - y; }); }
-    friend FloatVector operator* (FloatVector a, FloatVector b) { return each (a, b, [] (float x, float y) { return x * y; }); }
-    friend FloatVector operator/ (FloatVector a, FloatVector b) { return each (a, b, [] (float x, float y) { return x / y; }); }
+    friend FloatVector operator+ (FloatVector a, FloatVector b)
+    {
+        return each (a, b, [] (float x, float y) { return x + y; });
+    }
+    friend FloatVector operator- (FloatVector a, FloatVector b)
+    {
+        return each (a, b, [] (float x, float y) { return x - y; });
+    }
+    friend FloatVector operator* (FloatVector a, FloatVector b)
+    {
+        return each (a, b, [] (float x, float y) { return x * y; });
+    }
+    friend FloatVector operator/ (FloatVector a, FloatVector b)
+    {
+        return each (a, b, [] (float x, float y) { return x / y; });
+    }
 
     static FloatVector sqrt (FloatVector a)
     {
         return { { std::sqrt (a.v[0]), std::sqrt (a.v[1]), std::sqrt (a.v[2]), std::sqrt (a.v[3]) } };
     }
 
-    FloatVector reversed() const { return { { v[3], v[2], v[1], v[0] } }; }
+    FloatVector reversed() const
+    {
+        return { { v[3], v[2], v[1], v[0] } };
+    }
+
+    FloatVector withFirstOf (FloatVector other) const
+    {
+        return { { other.v[0], v[1], v[2], v[3] } };
+    }
+
+    FloatVector tailReversed() const
+    {
+        return { { v[0], v[3], v[2], v[1] } };
+    }
 
     static FloatVector zeroWhereGreater (FloatVector keep, FloatVector a, FloatVector b)
     {

@@ -405,6 +405,55 @@ void splitPass (float* d, const float* s, int length, int D, const float* table)
         }
     }
 }
+/** joinPass for D = 8: each group of 16 in two pairs of vectors, lane 0 and the middle entries
+    handled by moving single lanes. */
+void joinPass8 (float* d, const float* s, int length, const float* table)
+{
+    const auto co = FloatVector::load (table);
+    const auto si = co.tailReversed(); // lane i holds table[4 - i] from lane 1 on
+
+    for (int c = 0; c < length; c += 16)
+    {
+        const auto a = FloatVector::load (s + c);
+        const auto b = FloatVector::load (s + c + 4);
+        const auto c2 = FloatVector::load (s + c + 8);
+        const auto e = FloatVector::load (s + c + 12);
+
+        const auto v = c2 * co - e * si;
+        const auto w = c2 * si + e * co;
+
+        (a + v).withFirstOf (a + c2).store (d + c);
+        (a - v).withFirstOf (b).tailReversed().store (d + c + 4);
+        (w + b).withFirstOf (a - c2).store (d + c + 8);
+        (w - b).withFirstOf (e).tailReversed().store (d + c + 12);
+    }
+}
+
+/** splitPass for D = 8, in the same way. */
+void splitPass8 (float* d, const float* s, int length, const float* table)
+{
+    const auto co = FloatVector::load (table);
+    const auto si = co.tailReversed();
+    const auto two = FloatVector::fill (2.0f);
+
+    for (int c = 0; c < length; c += 16)
+    {
+        const auto p = FloatVector::load (s + c);
+        const auto b = FloatVector::load (s + c + 4);
+        const auto r = FloatVector::load (s + c + 8);
+        const auto l = FloatVector::load (s + c + 12);
+        const auto q = b.tailReversed(); // lane i holds s1[8 - i] from lane 1 on
+        const auto t = l.tailReversed(); // lane i holds s2[8 - i] from lane 1 on
+
+        const auto vr = p - q;
+        const auto vi = r + t;
+
+        (p + q).withFirstOf (p + r).store (d + c);
+        (r - t).withFirstOf (b * two).store (d + c + 4);
+        (vr * co + vi * si).withFirstOf (p - r).store (d + c + 8);
+        (vi * co - vr * si).withFirstOf (l * two).store (d + c + 12);
+    }
+}
 } // namespace
 
 void RealFFT::forwardPasses (float* f, const float* x)
@@ -466,7 +515,12 @@ void RealFFT::forwardPasses (float* f, const float* x)
     for (int pass = 3; pass < bitCount; ++pass)
     {
         std::swap (d, s);
-        joinPass (d, s, length, 1 << pass, cosineTable + sectionStart (pass - 1));
+        const float* table = cosineTable + sectionStart (pass - 1);
+
+        if (pass == 3)
+            joinPass8 (d, s, length, table);
+        else
+            joinPass (d, s, length, 1 << pass, table);
     }
 }
 
@@ -480,7 +534,12 @@ void RealFFT::inversePasses (const float* f, float* x)
 
     for (int pass = bitCount - 1; pass >= 3; --pass)
     {
-        splitPass (d, s, length, 1 << pass, cosineTable + sectionStart (pass - 1));
+        const float* table = cosineTable + sectionStart (pass - 1);
+
+        if (pass == 3)
+            splitPass8 (d, s, length, table);
+        else
+            splitPass (d, s, length, 1 << pass, table);
         s = d;
         std::swap (d, spare);
     }

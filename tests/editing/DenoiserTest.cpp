@@ -207,7 +207,8 @@ TEST (Denoiser, givesTheSameBitsAsThePlainCode)
     const auto hiss = noise ((int) input.size(), 0.05f, 4u);
 
     for (size_t n = 0; n < input.size(); ++n)
-        input[n] = 0.4f * (float) std::sin (twoPi * 440.0 * (double) n / 44100.0) + hiss[n] + (n % 7000 == 5 ? 0.7f : 0.0f);
+        input[n] =
+            0.4f * (float) std::sin (twoPi * 440.0 * (double) n / 44100.0) + hiss[n] + (n % 7000 == 5 ? 0.7f : 0.0f);
 
     for (float threshold : { 0.0f, 0.05f, 0.2f, 1.0f, 8.0f })
     {

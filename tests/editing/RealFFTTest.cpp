@@ -120,7 +120,8 @@ TEST (RealFFT, forwardAgreesWithADoublePrecisionDftInTheHalfComplexLayout)
         const double tolerance = 2.0e-7 * (fft.bitCount + 1) * std::sqrt ((double) length) * 4.0;
 
         for (int k = 0; k < length; ++k)
-            ASSERT_NEAR (spectrum[(size_t) k], expected[(size_t) k], tolerance) << "length " << length << ", entry " << k;
+            ASSERT_NEAR (spectrum[(size_t) k], expected[(size_t) k], tolerance)
+                << "length " << length << ", entry " << k;
     }
 }
 
@@ -131,15 +132,15 @@ TEST (RealFFT, imaginaryPartsHoldTheSineCorrelationAndTheNyquistTermSitsInTheMid
     std::vector<float> input ((size_t) length), spectrum ((size_t) length);
 
     for (int t = 0; t < length; ++t)
-        input[(size_t) t] = (float) (std::sin (2.0 * 3.14159265358979323846 * 5.0 * t / length) + ((t & 1) != 0 ? -0.5 : 0.5)
-                                     + 0.25);
+        input[(size_t) t] =
+            (float) (std::sin (2.0 * 3.14159265358979323846 * 5.0 * t / length) + ((t & 1) != 0 ? -0.5 : 0.5) + 0.25);
 
     fft.forward (spectrum.data(), input.data());
 
-    EXPECT_NEAR (spectrum[0], 0.25 * length, 1.0e-4);           // DC
-    EXPECT_NEAR (spectrum[32], 0.5 * length, 1.0e-4);           // Nyquist
-    EXPECT_NEAR (spectrum[32 + 5], 0.5 * length, 1.0e-4);       // bin 5: sine, positive
-    EXPECT_NEAR (spectrum[5], 0.0, 1.0e-4);                     // bin 5: no cosine
+    EXPECT_NEAR (spectrum[0], 0.25 * length, 1.0e-4);     // DC
+    EXPECT_NEAR (spectrum[32], 0.5 * length, 1.0e-4);     // Nyquist
+    EXPECT_NEAR (spectrum[32 + 5], 0.5 * length, 1.0e-4); // bin 5: sine, positive
+    EXPECT_NEAR (spectrum[5], 0.0, 1.0e-4);               // bin 5: no cosine
     EXPECT_NEAR (spectrum[32 + 6], 0.0, 1.0e-4);
 }
 
