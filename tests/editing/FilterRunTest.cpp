@@ -1,0 +1,481 @@
+// Filter runs on real files: load from 16 bits, normalize, declicker, denoiser, 0.8, whole blocks.
+#include "editing/CFilters.h"
+#include "editing/Declicker.h"
+#include "editing/Denoiser.h"
+#include "editing/FiltersProgressThread.h"
+
+#include "WavFiles.h"
+#include "support/FakeDialogs.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+using WavFiles::Audio;
+
+namespace
+{
+/** What a run should write, worked out step by step from the file's top 16 bits. */
+std::vector<std::vector<int>> expectedRun (const Audio& input, int denoise, int declick, bool declickFirst = true)
+{
+    const int shift = input.bits - 16;
+    const int frames = input.frames();
+    const int channels = (int) input.channels.size();
+    std::vector<std::vector<float>> samples ((size_t) channels, std::vector<float> ((size_t) frames));
+    float peak = 0.0f;
+
+    for (int c = 0; c < channels; ++c)
+    {
+        for (int n = 0; n < frames; ++n)
+        {
+            const auto value = (short) (input.channels[(size_t) c][(size_t) n] >> shift);
+            samples[(size_t) c][(size_t) n] = (1.0f / 0x7fff) * value;
+            peak = std::max (peak, std::abs (samples[(size_t) c][(size_t) n]));
+        }
+    }
+
+    const int blocks = frames / 256;
+    std::vector<std::vector<int>> output ((size_t) channels, std::vector<int> ((size_t) blocks * 256));
+
+    for (int c = 0; c < channels; ++c)
+    {
+        DeclickerState declicker;
+        setupDeclicker (declicker, 44100.0);
+        declicker.threshold = (float) (2.0 - declick / 100.0);
+        DenoiserState denoiser;
+        setupDenoiser (denoiser, 44100.0);
+        denoiser.threshold = (float) (denoise / 100.0);
+
+        for (int b = 0; b < blocks; ++b)
+        {
+            float block[256];
+
+            for (int i = 0; i < 256; ++i)
+                block[i] = samples[(size_t) c][(size_t) (b * 256 + i)] / peak;
+
+            if (declickFirst)
+            {
+                if (declick != -1)
+                    processDeclicker (declicker, block);
+                if (denoise != -1)
+                    processDenoiser (denoiser, block);
+            }
+            else
+            {
+                if (denoise != -1)
+                    processDenoiser (denoiser, block);
+                if (declick != -1)
+                    processDeclicker (declicker, block);
+            }
+
+            for (int i = 0; i < 256; ++i)
+            {
+                const double scaled = 32767.0 * (block[i] * 0.800000011920929f);
+                output[(size_t) c][(size_t) (b * 256 + i)] =
+                    (short) juce::roundToInt (juce::jlimit (-32767.0, 32767.0, scaled));
+            }
+        }
+    }
+
+    return output;
+}
+
+void runFilters (const juce::File& input, const juce::File& output, int denoise, int declick, bool normalize = true)
+{
+    CFilters filters;
+    filters.applyFilters (input.getFullPathName().toRawUTF8(), output.getFullPathName().toRawUTF8(), denoise, declick,
+                          normalize);
+}
+
+/** A tone with crackle and hiss, in both channels. */
+Audio crackle (int frames, double rate = 44100.0)
+{
+    auto audio = WavFiles::tone (frames, rate, 330.0, 0.4);
+    juce::Random random (11);
+
+    for (auto& channel : audio.channels)
+    {
+        for (int n = 0; n < frames; ++n)
+        {
+            auto& value = channel[(size_t) n];
+            value += random.nextInt (801) - 400;
+
+            if (n % 3001 == 100)
+                value = juce::jlimit (-32768, 32767, value + 20000);
+        }
+    }
+
+    return audio;
+}
+
+/** A worker's writer that keeps what it is given, and can fail or cancel at a chosen block. */
+class KeepingWriter : public juce::AudioFormatWriter
+{
+public:
+    KeepingWriter()
+        : juce::AudioFormatWriter (nullptr, "keeping", 44100.0, 2, 16)
+    {
+    }
+
+    bool write (const int** data, int numSamples) override
+    {
+        ++calls;
+
+        if (calls == failAt)
+            return false;
+
+        for (int c = 0; c < 2; ++c)
+            for (int i = 0; i < numSamples; ++i)
+                kept[(size_t) c].push_back (data[c][i] >> 16);
+
+        if (calls == cancelAt && worker != nullptr)
+            worker->signalThreadShouldExit();
+
+        return true;
+    }
+
+    int calls = 0;
+    int failAt = -1;
+    int cancelAt = -1;
+    juce::Thread* worker = nullptr;
+    std::vector<int> kept[2];
+};
+
+class StatusKeepingThread : public FiltersProgressThread
+{
+public:
+    using FiltersProgressThread::FiltersProgressThread;
+    juce::StringArray shown;
+
+protected:
+    void showStatus (const juce::String& text) override
+    {
+        shown.add (text);
+        FiltersProgressThread::showStatus (text);
+    }
+};
+
+std::vector<float> interleavedFloats (const Audio& audio)
+{
+    std::vector<float> samples;
+
+    for (int n = 0; n < audio.frames(); ++n)
+        for (const auto& channel : audio.channels)
+            samples.push_back ((1.0f / 0x7fff) * (short) channel[(size_t) n]);
+
+    return samples;
+}
+} // namespace
+
+TEST (FilterRun, withBothFiltersOffItStillNormalizesScalesByPointEightAndKeepsWholeBlocks)
+{
+    FakeDialogs dialogs;
+    const auto input = WavFiles::folder().getChildFile ("in.wav");
+    const auto output = WavFiles::folder().getChildFile ("out.wav");
+    const auto audio = WavFiles::tone (1000, 44100.0, 440.0, 0.3);
+    WavFiles::write (input, audio);
+
+    runFilters (input, output, -1, -1, false);
+
+    const auto result = WavFiles::read (output);
+    EXPECT_TRUE (dialogs.alerts().empty());
+    EXPECT_EQ (result.frames(), 768);
+    EXPECT_EQ (result.rate, 44100.0);
+    EXPECT_EQ (result.bits, 16);
+    ASSERT_EQ (result.channels.size(), 2u);
+    EXPECT_EQ (result.channels, expectedRun (audio, -1, -1));
+
+    int loudest = 0;
+
+    for (const auto& channel : result.channels)
+        for (int value : channel)
+            loudest = std::max (loudest, std::abs (value));
+
+    EXPECT_EQ (loudest, 26214); // the peak, normalized to 1.0, times 0.8
+}
+
+TEST (FilterRun, declickerThenDenoiserThenScaleRunInThatOrder)
+{
+    FakeDialogs dialogs;
+    const auto input = WavFiles::folder().getChildFile ("crackle.wav");
+    const auto output = WavFiles::folder().getChildFile ("clean.wav");
+    const auto audio = crackle (256 * 60 + 77);
+    WavFiles::write (input, audio);
+
+    runFilters (input, output, 10, 60);
+
+    const auto result = WavFiles::read (output);
+    EXPECT_EQ (result.frames(), 256 * 60);
+    EXPECT_EQ (result.channels, expectedRun (audio, 10, 60));
+    EXPECT_NE (result.channels, expectedRun (audio, 10, 60, false));
+}
+
+TEST (FilterRun, withBothFiltersOnTheSoundComes948FramesLate)
+{
+    FakeDialogs dialogs;
+    const auto input = WavFiles::folder().getChildFile ("tone.wav");
+    const auto output = WavFiles::folder().getChildFile ("late.wav");
+    const auto audio = WavFiles::tone (256 * 20, 44100.0, 440.0, 0.5);
+    WavFiles::write (input, audio);
+
+    // Sensibility 0 finds no click in a tone, and threshold 0 gates nothing.
+    runFilters (input, output, 0, 0);
+
+    const auto result = WavFiles::read (output);
+    ASSERT_EQ (result.frames(), 256 * 20);
+
+    // Both channels share one divisor: the louder channel's peak.
+    int peak = 0;
+
+    for (const auto& channel : audio.channels)
+        for (int value : channel)
+            peak = std::max (peak, std::abs (value));
+
+    const double scale = 0.8 * 32767.0 / peak;
+
+    // The denoiser's empty rings come first; the declicker takes the tone's onset out of
+    // silence for a click and ramps it, after which the file follows 948 frames late.
+    for (size_t c = 0; c < 2; ++c)
+    {
+        for (int n = 0; n < 896; ++n)
+            ASSERT_LE (std::abs (result.channels[c][(size_t) n]), 1) << n;
+
+        for (int n = 948 + 256; n < result.frames(); ++n)
+            ASSERT_NEAR (result.channels[c][(size_t) n], audio.channels[c][(size_t) n - 948] * scale, 2.0) << n;
+    }
+}
+
+TEST (FilterRun, inputAndOutputMayBeTheSameFile)
+{
+    FakeDialogs dialogs;
+    const auto file = WavFiles::folder().getChildFile ("same.wav");
+    const auto audio = crackle (256 * 10);
+    WavFiles::write (file, audio);
+
+    runFilters (file, file, 5, -1);
+
+    EXPECT_EQ (WavFiles::read (file).channels, expectedRun (audio, 5, -1));
+    EXPECT_TRUE (dialogs.alerts().empty());
+}
+
+TEST (FilterRun, aFileShorterThanOneBlockGivesAWavWithNoFrames)
+{
+    FakeDialogs dialogs;
+    const auto input = WavFiles::folder().getChildFile ("short.wav");
+    const auto output = WavFiles::folder().getChildFile ("short-out.wav");
+    WavFiles::write (input, WavFiles::tone (255));
+
+    runFilters (input, output, 20, 20);
+
+    ASSERT_TRUE (output.existsAsFile());
+    const auto result = WavFiles::read (output);
+    EXPECT_EQ (result.frames(), 0);
+    EXPECT_EQ (result.channels.size(), 2u);
+}
+
+TEST (FilterRun, aDeeperFileIsProcessedFromItsTop16BitsAndKeepsItsDepth)
+{
+    FakeDialogs dialogs;
+    const auto input = WavFiles::folder().getChildFile ("deep.wav");
+    const auto output = WavFiles::folder().getChildFile ("deep-out.wav");
+    auto audio = WavFiles::tone (256 * 8 + 10);
+    audio.bits = 24;
+
+    for (auto& channel : audio.channels)
+        for (auto& value : channel)
+            value = value * 256 + 0x5a; // low bits the run must not see
+
+    WavFiles::write (input, audio);
+    runFilters (input, output, 30, 40);
+
+    const auto result = WavFiles::read (output);
+    EXPECT_EQ (result.bits, 24);
+    ASSERT_EQ (result.frames(), 256 * 8);
+    const auto expected = expectedRun (audio, 30, 40);
+
+    for (size_t c = 0; c < 2; ++c)
+    {
+        for (size_t n = 0; n < result.channels[c].size(); ++n)
+        {
+            ASSERT_EQ (result.channels[c][n] & 0xff, 0) << n;
+            ASSERT_EQ (result.channels[c][n] >> 8, expected[c][n]) << n;
+        }
+    }
+}
+
+TEST (FilterRun, aFileAt48kHzKeepsItsRateWhileTheFiltersWorkAsAt44100)
+{
+    FakeDialogs dialogs;
+    const auto input = WavFiles::folder().getChildFile ("48k.wav");
+    const auto output = WavFiles::folder().getChildFile ("48k-out.wav");
+    const auto audio = crackle (256 * 30, 48000.0);
+    WavFiles::write (input, audio);
+
+    runFilters (input, output, 10, 70);
+
+    const auto result = WavFiles::read (output);
+    EXPECT_EQ (result.rate, 48000.0);
+    EXPECT_EQ (result.channels, expectedRun (audio, 10, 70));
+}
+
+TEST (FilterRun, aMonoFileGoesThroughAsPairsAndComesOutInHalfBlocksOfSoundAndSilence)
+{
+    FakeDialogs dialogs;
+    const auto input = WavFiles::folder().getChildFile ("mono.wav");
+    const auto output = WavFiles::folder().getChildFile ("mono-out.wav");
+    auto audio = WavFiles::tone (256 * 4 + 30);
+    audio.channels.pop_back();
+    WavFiles::write (input, audio);
+
+    runFilters (input, output, -1, -1);
+
+    const auto result = WavFiles::read (output);
+    ASSERT_EQ (result.channels.size(), 1u);
+    ASSERT_EQ (result.frames(), 256 * 4);
+
+    // Only the first half of the frames is loaded, each as a pair with an empty right side; the
+    // mono block then yields 128 frames of sound and 128 of silence.
+    float peak = 0.0f;
+
+    for (int n = 0; n < audio.frames() / 2; ++n)
+        peak = std::max (peak, std::abs ((1.0f / 0x7fff) * (short) audio.channels[0][(size_t) n]));
+
+    for (int b = 0; b < 4; ++b)
+    {
+        for (int i = 0; i < 128; ++i)
+        {
+            const float value = (1.0f / 0x7fff) * (short) audio.channels[0][(size_t) (b * 128 + i)];
+            const int expected = (short) juce::roundToInt (
+                juce::jlimit (-32767.0, 32767.0, 32767.0 * (value / peak * 0.800000011920929f)));
+            ASSERT_EQ (result.channels[0][(size_t) (b * 256 + i)], expected) << b << " " << i;
+            ASSERT_EQ (result.channels[0][(size_t) (b * 256 + 128 + i)], 0) << b << " " << i;
+        }
+    }
+}
+
+TEST (FilterRun, aSilentFileIsDividedByZeroAndWrittenAsTheConversionMakesIt)
+{
+    FakeDialogs dialogs;
+    const auto input = WavFiles::folder().getChildFile ("silent.wav");
+    const auto output = WavFiles::folder().getChildFile ("silent-out.wav");
+    auto audio = WavFiles::tone (600, 44100.0, 440.0, 0.0);
+    WavFiles::write (input, audio);
+
+    runFilters (input, output, -1, -1);
+
+    const float nan = std::nanf ("");
+    juce::int16 converted = 0;
+    JUCE_BEGIN_IGNORE_WARNINGS_GCC_LIKE ("-Wdeprecated-declarations")
+    juce::AudioDataConverters::convertFloatToInt16LE (&nan, &converted, 1, 2);
+    JUCE_END_IGNORE_WARNINGS_GCC_LIKE
+
+    const auto result = WavFiles::read (output);
+    ASSERT_EQ (result.frames(), 512);
+
+    for (const auto& channel : result.channels)
+        for (int value : channel)
+            ASSERT_EQ (value, converted);
+}
+
+TEST (FilterRun, aMissingOrForeignInputShowsTheInputErrorAndWritesNothing)
+{
+    FakeDialogs dialogs;
+    const auto output = WavFiles::folder().getChildFile ("never.wav");
+    const auto text = WavFiles::folder().getChildFile ("notes.wav");
+    text.replaceWithText ("not audio at all");
+
+    runFilters (WavFiles::folder().getChildFile ("missing.wav"), output, 10, 10);
+    runFilters (text, output, 10, 10);
+
+    const auto alerts = dialogs.alerts();
+    ASSERT_EQ (alerts.size(), 2u);
+
+    for (const auto& alert : alerts)
+    {
+        EXPECT_EQ (alert.title, "Groove Smith : Error");
+        EXPECT_EQ (alert.message, "Error while opening input file");
+        EXPECT_EQ (alert.buttons, juce::StringArray ("ok"));
+        EXPECT_EQ (alert.icon, juce::MessageBoxIconType::WarningIcon);
+    }
+
+    EXPECT_FALSE (output.exists());
+}
+
+TEST (FilterRun, anOutputThatCannotBeOpenedShowsTheOutputError)
+{
+    FakeDialogs dialogs;
+    const auto input = WavFiles::folder().getChildFile ("fine.wav");
+    WavFiles::write (input, WavFiles::tone (2000));
+    const auto output = WavFiles::folder().getChildFile ("no-such-folder").getChildFile ("out.wav");
+
+    runFilters (input, output, 10, 10);
+
+    const auto alerts = dialogs.alerts();
+    ASSERT_EQ (alerts.size(), 1u);
+    EXPECT_EQ (alerts[0].message, "Error while opening output file");
+    EXPECT_FALSE (output.exists());
+    EXPECT_TRUE (input.existsAsFile());
+}
+
+TEST (FilterRun, cancelDeletesTheOutputAndInPlaceTheFileItself)
+{
+    FakeDialogs dialogs;
+    const auto input = WavFiles::folder().getChildFile ("long.wav");
+    const auto output = WavFiles::folder().getChildFile ("long-out.wav");
+    const auto audio = crackle (44100 * 150);
+    WavFiles::write (input, audio);
+
+    {
+        WavFiles::CancelWhen cancel ([&] { return output.getSize() > 200000; });
+        runFilters (input, output, 20, 50);
+        EXPECT_TRUE (cancel.pressed);
+        EXPECT_EQ (cancel.windowTitle, "Applying filters...");
+    }
+
+    EXPECT_FALSE (output.exists());
+    EXPECT_TRUE (input.existsAsFile());
+
+    {
+        WavFiles::CancelWhen cancel ([&] { return input.getSize() > 200000 && input.getSize() < 20000000; });
+        runFilters (input, input, 20, 50);
+        EXPECT_TRUE (cancel.pressed);
+    }
+
+    EXPECT_FALSE (input.exists());
+    EXPECT_TRUE (dialogs.alerts().empty());
+}
+
+TEST (FilterRun, theWorkerShowsItsStagesAndStopsAtTheBlockAfterAnExitRequest)
+{
+    auto audio = crackle (256 * 40);
+    auto samples = interleavedFloats (audio);
+    KeepingWriter writer;
+    writer.cancelAt = 5;
+
+    StatusKeepingThread worker (false, 10, 10, samples.data(), 2, &writer, audio.frames());
+    writer.worker = &worker;
+    EXPECT_TRUE (worker.normalize);
+    EXPECT_EQ (worker.getAlertWindow()->getName(), "Applying filters...");
+
+    worker.runThread (juce::Thread::Priority::normal);
+
+    EXPECT_FALSE (worker.finished);
+    EXPECT_EQ (writer.calls, 5);
+    EXPECT_EQ (writer.kept[0].size(), 5u * 256);
+    EXPECT_EQ (worker.shown, juce::StringArray ("Normalizing...", "Applying filters..."));
+}
+
+TEST (FilterRun, aFailingWriteEndsTheRunAsIfTheDataHadEnded)
+{
+    auto audio = crackle (256 * 40);
+    auto samples = interleavedFloats (audio);
+    KeepingWriter writer;
+    writer.failAt = 7;
+
+    FiltersProgressThread worker (true, -1, -1, samples.data(), 2, &writer, audio.frames());
+    worker.runThread (juce::Thread::Priority::normal);
+
+    EXPECT_TRUE (worker.finished);
+    EXPECT_EQ (writer.calls, 7);
+    EXPECT_EQ (writer.kept[0].size(), 6u * 256);
+}
