@@ -7,6 +7,7 @@
 #include <juce_audio_formats/juce_audio_formats.h>
 #include <juce_gui_basics/juce_gui_basics.h>
 
+#include <atomic>
 #include <cmath>
 #include <functional>
 #include <vector>
@@ -115,16 +116,18 @@ inline int signChanges (const std::vector<int>& samples, int from, int to)
 }
 
 /**
-    Presses Cancel in the progress window once `condition` holds, checked every few
-    milliseconds on the message thread while the window's modal loop runs.
+    Once `condition` holds (checked every few milliseconds on the message thread while the
+    window's modal loop runs), presses Cancel in the progress window, or, given the worker,
+    asks it to exit at once.
 */
 class CancelWhen : private juce::Timer
 {
 public:
-    explicit CancelWhen (std::function<bool()> conditionToWaitFor)
+    explicit CancelWhen (std::function<bool()> conditionToWaitFor, juce::Thread* workerToSignal = nullptr)
         : condition (std::move (conditionToWaitFor))
+        , worker (workerToSignal)
     {
-        startTimer (2);
+        startTimer (1);
     }
 
     ~CancelWhen() override { stopTimer(); }
@@ -158,5 +161,83 @@ private:
     }
 
     std::function<bool()> condition;
+    juce::Thread* worker;
 };
+/** A reader that tells, before each read, which reader it is and how far the read will reach. */
+class WatchedReader : public juce::AudioFormatReader
+{
+public:
+    using Callback = std::function<void (int readerIndex, juce::int64 readEnd)>;
+
+    WatchedReader (std::unique_ptr<juce::AudioFormatReader> source, int index, Callback callbackToUse)
+        : juce::AudioFormatReader (nullptr, source->getFormatName())
+        , inner (std::move (source))
+        , readerIndex (index)
+        , callback (std::move (callbackToUse))
+    {
+        sampleRate = inner->sampleRate;
+        bitsPerSample = inner->bitsPerSample;
+        lengthInSamples = inner->lengthInSamples;
+        numChannels = inner->numChannels;
+        usesFloatingPointData = inner->usesFloatingPointData;
+        metadataValues = inner->metadataValues;
+    }
+
+    bool readSamples (int* const* destChannels, int numDestChannels, int startOffsetInDestBuffer,
+                      juce::int64 startSampleInFile, int numSamples) override
+    {
+        if (callback)
+            callback (readerIndex, startSampleInFile + numSamples);
+
+        return inner->readSamples (destChannels, numDestChannels, startOffsetInDestBuffer, startSampleInFile,
+                                   numSamples);
+    }
+
+private:
+    std::unique_ptr<juce::AudioFormatReader> inner;
+    int readerIndex;
+    Callback callback;
+};
+
+/** WAV, read through WatchedReaders numbered in the order they are made. */
+class WatchedWavFormat : public juce::WavAudioFormat
+{
+public:
+    explicit WatchedWavFormat (WatchedReader::Callback callbackToUse)
+        : callback (std::move (callbackToUse))
+    {
+    }
+
+    juce::AudioFormatReader* createReaderFor (juce::InputStream* stream, bool deleteStreamIfOpeningFails) override
+    {
+        std::unique_ptr<juce::AudioFormatReader> inner (
+            juce::WavAudioFormat::createReaderFor (stream, deleteStreamIfOpeningFails));
+
+        if (inner == nullptr)
+            return nullptr;
+
+        return std::make_unique<WatchedReader> (std::move (inner), readersMade++, callback).release();
+    }
+
+private:
+    WatchedReader::Callback callback;
+    int readersMade = 0;
+};
+
+/** Makes a worker's format manager read WAV through watched readers. */
+inline void watchReading (juce::AudioFormatManager& formats, WatchedReader::Callback callback)
+{
+    formats.clearFormats();
+    formats.registerFormat (std::make_unique<WatchedWavFormat> (std::move (callback)).release(), true);
+}
+
+/** Asks the worker to exit, from inside its own read, once reader `index` reads past `frame`. */
+inline WatchedReader::Callback exitAfter (juce::Thread& worker, int index, juce::int64 frame, std::atomic<bool>& asked)
+{
+    return [&worker, index, frame, &asked] (int reader, juce::int64 readEnd)
+    {
+        if (reader == index && readEnd > frame && !asked.exchange (true))
+            worker.signalThreadShouldExit();
+    };
+}
 } // namespace WavFiles
