@@ -343,3 +343,21 @@ TEST (Declicker, theLast52InputSamplesStayInTheRingAndAreLost)
     for (float x : output)
         ASSERT_EQ (x, 0.0f);
 }
+
+TEST (Declicker, aNanRatioCountsAsClean)
+{
+    auto input = toneWithClicks (256 * 2, { 300 });
+    input[10] = std::nanf ("");
+
+    // From the NaN on, every ratio is NaN: no detection, even of the click.
+    auto state = freshDeclicker (1.5f);
+    const auto output = declick (state, input);
+
+    for (size_t n = 52; n < output.size(); ++n)
+    {
+        if (n == 62)
+            ASSERT_TRUE (std::isnan (output[n]));
+        else
+            ASSERT_EQ (output[n], input[n - 52]) << n;
+    }
+}

@@ -228,3 +228,17 @@ TEST (Denoiser, givesTheSameBitsAsThePlainCode)
             ASSERT_EQ (a[n], b[n]) << "threshold " << threshold << ", sample " << n;
     }
 }
+
+TEST (Denoiser, aNanMagnitudeKeepsItsBin)
+{
+    std::vector<float> block (256, 0.0f);
+    block[200] = std::nanf ("");
+    DenoiserState state;
+    setupDenoiser (state, 44100.0);
+    state.threshold = 1.0e30f;
+    processDenoiser (state, block.data());
+
+    // Every bin's magnitude is NaN (one of its parts at least), so none was zeroed.
+    for (int k = 1; k < 512; ++k)
+        ASSERT_TRUE (std::isnan (state.spectrum[k]) || std::isnan (state.spectrum[512 + k])) << k;
+}

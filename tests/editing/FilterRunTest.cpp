@@ -146,12 +146,16 @@ class StatusKeepingThread : public FiltersProgressThread
 public:
     using FiltersProgressThread::FiltersProgressThread;
     juce::StringArray shown;
+    juce::String exitAt; // a status line at which the worker is asked to exit
 
 protected:
     void showStatus (const juce::String& text) override
     {
         shown.add (text);
         FiltersProgressThread::showStatus (text);
+
+        if (text == exitAt)
+            signalThreadShouldExit();
     }
 };
 
@@ -478,4 +482,27 @@ TEST (FilterRun, aFailingWriteEndsTheRunAsIfTheDataHadEnded)
     EXPECT_TRUE (worker.finished);
     EXPECT_EQ (writer.calls, 7);
     EXPECT_EQ (writer.kept[0].size(), 6u * 256);
+}
+
+TEST (FilterRun, aCancelDuringTheNormalizingScanTakesEffectAtTheFirstBlock)
+{
+    auto audio = crackle (256 * 40);
+    auto samples = interleavedFloats (audio);
+    float peak = 0.0f;
+
+    for (float x : samples)
+        peak = std::max (peak, std::abs (x));
+
+    const float first = samples[0];
+    KeepingWriter writer;
+
+    StatusKeepingThread worker (true, 10, 10, samples.data(), 2, &writer, audio.frames());
+    worker.exitAt = "Normalizing...";
+    worker.runThread (juce::Thread::Priority::normal);
+
+    // The scan and the division still ran; nothing was written.
+    EXPECT_FALSE (worker.finished);
+    EXPECT_EQ (writer.calls, 0);
+    EXPECT_EQ (samples[0], first / peak);
+    EXPECT_EQ (worker.shown, juce::StringArray ("Normalizing...", "Applying filters..."));
 }

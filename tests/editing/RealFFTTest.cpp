@@ -1,5 +1,6 @@
 // The real FFT: its tables, its half-complex spectrum, and the way back.
 #include "editing/RealFFT.h"
+#include "editing/FloatVector.h"
 
 #include "PlainFilters.h"
 
@@ -273,5 +274,57 @@ TEST (RealFFT, givesTheSameBitsAsThePlainPassesAtEveryLength)
 
         for (int k = 0; k < length; ++k)
             ASSERT_EQ (fastBack[(size_t) k], plainBack[(size_t) k]) << "inverse, length " << length << ", entry " << k;
+    }
+}
+
+TEST (FloatVector, everyLaneOperationMatchesThePlainArrayForm)
+{
+    std::mt19937 generator (17);
+    std::uniform_real_distribution<float> distribution (-2.0f, 2.0f);
+    float a[4], b[4], c[4], d[4];
+
+    auto same = [] (FloatVector fast, ScalarFloatVector plain)
+    {
+        float lanes[4];
+        fast.store (lanes);
+
+        for (int i = 0; i < 4; ++i)
+            if (!(lanes[i] == plain.v[i] || (std::isnan (lanes[i]) && std::isnan (plain.v[i]))))
+                return false;
+
+        return true;
+    };
+
+    for (int round = 0; round < 1000; ++round)
+    {
+        for (int i = 0; i < 4; ++i)
+        {
+            a[i] = distribution (generator);
+            b[i] = distribution (generator);
+            c[i] = distribution (generator);
+            d[i] = round % 7 == 0 && i == 2 ? std::nanf ("") : distribution (generator);
+        }
+
+        const auto fa = FloatVector::load (a), fb = FloatVector::load (b);
+        const auto pa = ScalarFloatVector::load (a), pb = ScalarFloatVector::load (b);
+
+        ASSERT_TRUE (same (fa + fb, pa + pb));
+        ASSERT_TRUE (same (fa - fb, pa - pb));
+        ASSERT_TRUE (same (fa * fb, pa * pb));
+        ASSERT_TRUE (same (fa / fb, pa / pb));
+        ASSERT_TRUE (same (FloatVector::sqrt (fa * fa), ScalarFloatVector::sqrt (pa * pa)));
+        ASSERT_TRUE (same (fa.reversed(), pa.reversed()));
+        ASSERT_TRUE (same (fa.tailReversed(), pa.tailReversed()));
+        ASSERT_TRUE (same (fa.withFirstOf (fb), pa.withFirstOf (pb)));
+        ASSERT_TRUE (same (FloatVector::zeroWhereGreater (fa, FloatVector::load (d), fb),
+                           ScalarFloatVector::zeroWhereGreater (pa, ScalarFloatVector::load (d), pb)));
+
+        auto f0 = fa, f1 = fb, f2 = FloatVector::load (c), f3 = FloatVector::load (d);
+        auto p0 = pa, p1 = pb, p2 = ScalarFloatVector::load (c), p3 = ScalarFloatVector::load (d);
+        FloatVector::transpose (f0, f1, f2, f3);
+        ScalarFloatVector::transpose (p0, p1, p2, p3);
+        ASSERT_TRUE (same (f0, p0) && same (f1, p1) && same (f2, p2) && same (f3, p3));
+        EXPECT_EQ (p1.v[0], a[1]);
+        EXPECT_EQ (p0.v[3], d[0]);
     }
 }
