@@ -214,7 +214,7 @@ void MainComponent::updateBackButtonVisibility()
             visible = true;
             break;
         case albumPageIndex:
-            visible = ! project->captureStarted;
+            visible = !project->captureStarted;
             break;
         case trackPageIndex:
             visible = project->projectType == encodeProject;
@@ -262,12 +262,12 @@ void MainComponent::buttonClicked (juce::Button* button)
 {
     if (button == &backButton)
     {
-        if (! project->captureRunning)
+        if (!project->captureRunning)
             backClicked();
     }
     else if (button == &nextButton)
     {
-        if (! project->captureRunning)
+        if (!project->captureRunning)
             nextClicked();
     }
     else if (button == &cancelButton)
@@ -397,7 +397,7 @@ bool MainComponent::prepareAlbumFolder()
     if (answer == 2)
         return true;
 
-    if (! folder.createDirectory())
+    if (!folder.createDirectory())
     {
         showError (project->translate ("Can't create directory !"));
         return false;
@@ -420,9 +420,9 @@ void MainComponent::cancelClicked()
 
     if (project->trackCount() > 0 && project->projectType == ripProject)
     {
-        const auto answer = showYesNoCancel (juce::MessageBoxIconType::WarningIcon,
-                                             project->translate ("Delete Track(s)"),
-                                             project->translate ("Are you sure to delete all your tracks"));
+        const auto answer =
+            showYesNoCancel (juce::MessageBoxIconType::WarningIcon, project->translate ("Delete Track(s)"),
+                             project->translate ("Are you sure to delete all your tracks"));
         if (answer == 0)
             return;
         if (answer == 1)
@@ -430,14 +430,14 @@ void MainComponent::cancelClicked()
     }
     else if (project->trackCount() > 0)
     {
-        const auto answer = showYesNoCancel (juce::MessageBoxIconType::WarningIcon,
-                                             project->translate ("Quit Groove Smith"),
-                                             project->translate ("Tracklist will be lost !\nDo you wish to save it ?"));
+        const auto answer =
+            showYesNoCancel (juce::MessageBoxIconType::WarningIcon, project->translate ("Quit Groove Smith"),
+                             project->translate ("Tracklist will be lost !\nDo you wish to save it ?"));
         if (answer == 0)
             return;
     }
-    else if (! showOkCancel (juce::MessageBoxIconType::InfoIcon, project->translate ("Quit Groove Smith"),
-                             project->translate ("Are you sure you want to quit ?")))
+    else if (!showOkCancel (juce::MessageBoxIconType::InfoIcon, project->translate ("Quit Groove Smith"),
+                            project->translate ("Are you sure you want to quit ?")))
     {
         return;
     }

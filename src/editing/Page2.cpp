@@ -6,14 +6,8 @@ Page2::Page2 (Project* projectToUse, juce::ActionListener* listener)
     addActionListener (listener);
 }
 
-void Page2::resized()
-{
-}
+void Page2::resized() {}
 
-void Page2::updateTrackList()
-{
-}
+void Page2::updateTrackList() {}
 
-void Page2::updateButtonVisibility()
-{
-}
+void Page2::updateButtonVisibility() {}

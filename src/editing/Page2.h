@@ -3,8 +3,7 @@
 #include "app/Page.h"
 
 /** The track page: the track list, its filters, preview, split, merge and resampling. */
-class Page2 : public Page,
-              public juce::ActionBroadcaster
+class Page2 : public Page, public juce::ActionBroadcaster
 {
 public:
     Page2 (Project* project, juce::ActionListener* listener);

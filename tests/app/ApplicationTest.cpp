@@ -57,9 +57,9 @@ TEST (Application, theTitleBarHasNoButtons)
     EXPECT_EQ (window.getCloseButton(), nullptr);
     EXPECT_EQ (window.getMinimiseButton(), nullptr);
     EXPECT_EQ (window.getMaximiseButton(), nullptr);
-    EXPECT_EQ (window.getDesktopWindowStyleFlags() & (juce::ComponentPeer::windowHasCloseButton
-                                                      | juce::ComponentPeer::windowHasMinimiseButton
-                                                      | juce::ComponentPeer::windowHasMaximiseButton),
+    EXPECT_EQ (window.getDesktopWindowStyleFlags() &
+                   (juce::ComponentPeer::windowHasCloseButton | juce::ComponentPeer::windowHasMinimiseButton |
+                    juce::ComponentPeer::windowHasMaximiseButton),
                0);
 }
 
@@ -92,7 +92,7 @@ namespace
 int countProgramWindows()
 {
     juce::ChildProcess search;
-    if (! search.start (juce::StringArray { "xdotool", "search", "--onlyvisible", "--name", "^Groovesmith -- Page" }))
+    if (!search.start (juce::StringArray{ "xdotool", "search", "--onlyvisible", "--name", "^Groovesmith -- Page" }))
         return -1;
     auto lines = juce::StringArray::fromLines (search.readAllProcessOutput());
     lines.removeEmptyStrings();
