@@ -21,22 +21,22 @@ std::unique_ptr<Convertor> Convertor::forFormat (int format)
     switch (format)
     {
         case formatAacItunes:
-            return std::make_unique<AacConvertor> ();
+            return std::make_unique<AacConvertor>();
         case formatAppleLosslessItunes:
-            return std::make_unique<AppleLosslessConvertor> ();
+            return std::make_unique<AppleLosslessConvertor>();
         case formatAiff:
-            return std::make_unique<AiffConvertor> ();
+            return std::make_unique<AiffConvertor>();
         case formatOgg:
-            return std::make_unique<OggConvertor> ();
+            return std::make_unique<OggConvertor>();
         case formatFlac:
-            return std::make_unique<FlacConvertor> ();
+            return std::make_unique<FlacConvertor>();
         case formatMp3Itunes:
-            return std::make_unique<Mp3Convertor> ();
+            return std::make_unique<Mp3Convertor>();
         case formatMp3Lame:
-            return std::make_unique<UnavailableConvertor> ();
+            return std::make_unique<UnavailableConvertor>();
         case formatWav:
         default:
-            return std::make_unique<WavConvertor> ();
+            return std::make_unique<WavConvertor>();
     }
 }
 

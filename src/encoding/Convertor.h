@@ -16,7 +16,7 @@ class Convertor
 public:
     // Virtual, unlike a bare interface would need, so that the run may own any convertor
     // through this base.
-    virtual ~Convertor () = default;
+    virtual ~Convertor() = default;
 
     /** Writes `destination`, which already carries its extension, from the file `source`. */
     virtual bool convert (juce::String source, juce::String destination, Project* project) = 0;

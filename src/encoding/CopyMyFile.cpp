@@ -10,7 +10,7 @@ CopyMyFile::CopyMyFile (const juce::File& from, const juce::File& to, bool moveI
 {
 }
 
-void CopyMyFile::run ()
+void CopyMyFile::run()
 {
     setStatusMessage ("Copying current track...");
     result = move ? source.moveFileTo (destination) : source.copyFileTo (destination);

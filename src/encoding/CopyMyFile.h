@@ -9,7 +9,7 @@ class CopyMyFile : public juce::ThreadWithProgressWindow
 public:
     CopyMyFile (const juce::File& source, const juce::File& destination, bool move);
 
-    void run () override;
+    void run() override;
 
     juce::File source;
     juce::File destination;

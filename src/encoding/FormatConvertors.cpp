@@ -16,11 +16,11 @@ FormatConvertorThread::FormatConvertorThread (const juce::String& title, const j
 
 juce::String FormatConvertorThread::statusFor (const juce::String& source)
 {
-    const auto start = source.lastIndexOf (juce::File::getSeparatorString ()) + 1;
-    return source.substring (start, source.length () - 4);
+    const auto start = source.lastIndexOf (juce::File::getSeparatorString()) + 1;
+    return source.substring (start, source.length() - 4);
 }
 
-void FormatConvertorThread::run ()
+void FormatConvertorThread::run()
 {
     const juce::File sourceFile (source);
     const juce::File destinationFile (destination);
@@ -29,21 +29,21 @@ void FormatConvertorThread::run ()
     result = true;
 
     // Checked before anything is deleted, so that a missing source leaves the old file alone.
-    if (!sourceFile.exists ())
+    if (!sourceFile.exists())
     {
         result = false;
         return;
     }
 
-    if (destinationFile.exists ())
-        destinationFile.deleteFile ();
+    if (destinationFile.exists())
+        destinationFile.deleteFile();
 
     // The output opens first: a source that is no WAV file leaves an empty destination behind.
     auto output = destinationFile.createOutputStream (convertorOutputBufferSize);
-    auto input = sourceFile.createInputStream ();
+    auto input = sourceFile.createInputStream();
 
     juce::WavAudioFormat wav;
-    std::unique_ptr<juce::AudioFormatReader> reader (input != nullptr ? wav.createReaderFor (input.release (), true)
+    std::unique_ptr<juce::AudioFormatReader> reader (input != nullptr ? wav.createReaderFor (input.release(), true)
                                                                       : nullptr);
     if (reader == nullptr || output == nullptr)
     {
@@ -52,7 +52,7 @@ void FormatConvertorThread::run ()
     }
 
     std::unique_ptr<juce::AudioFormatWriter> writer (format->createWriterFor (
-        output.get (), 44100.0, 2, bitsPerSample, juce::StringPairArray (true), qualityOptionIndex));
+        output.get(), 44100.0, 2, bitsPerSample, juce::StringPairArray (true), qualityOptionIndex));
 
     if (writer == nullptr)
     {
@@ -60,21 +60,21 @@ void FormatConvertorThread::run ()
         return;
     }
 
-    output.release (); // the writer owns it now
+    output.release(); // the writer owns it now
 
     juce::HeapBlock<int> left (convertorChunkSamples), right (convertorChunkSamples);
-    int* const buffers[] = { left.get (), right.get () };
-    const int* samples[] = { left.get (), right.get () };
+    int* const buffers[] = { left.get(), right.get() };
+    const int* samples[] = { left.get(), right.get() };
 
     const auto length = reader->lengthInSamples;
 
     for (juce::int64 position = 0; position < length; position += convertorChunkSamples)
     {
-        if (threadShouldExit ())
+        if (threadShouldExit())
         {
-            reader.reset ();
-            writer.reset ();
-            destinationFile.deleteFile ();
+            reader.reset();
+            writer.reset();
+            destinationFile.deleteFile();
             result = false;
             return;
         }
@@ -96,19 +96,19 @@ void FormatConvertorThread::run ()
 //==============================================================================
 AiffConvertorThread::AiffConvertorThread (const juce::String& source, const juce::String& destination, Project* project)
     : FormatConvertorThread (project->translate ("Converting to aiff..."), source, destination,
-                             std::make_unique<juce::AiffAudioFormat> (), 16, 0)
+                             std::make_unique<juce::AiffAudioFormat>(), 16, 0)
 {
 }
 
 FlacConvertorThread::FlacConvertorThread (const juce::String& source, const juce::String& destination, Project* project)
     : FormatConvertorThread (project->translate ("Converting to flac..."), source, destination,
-                             std::make_unique<juce::FlacAudioFormat> (), 16, 0)
+                             std::make_unique<juce::FlacAudioFormat>(), 16, 0)
 {
 }
 
 OggConvertorThread::OggConvertorThread (const juce::String& source, const juce::String& destination, Project* project)
     : FormatConvertorThread (project->translate ("Converting to ogg..."), source, destination,
-                             std::make_unique<juce::OggVorbisAudioFormat> (), 32, mediumQualityIndex)
+                             std::make_unique<juce::OggVorbisAudioFormat>(), 32, mediumQualityIndex)
 {
 }
 

@@ -13,7 +13,7 @@
 class FormatConvertorThread : public juce::ThreadWithProgressWindow
 {
 public:
-    void run () override;
+    void run() override;
 
     /** The status line: the source's name less the last four characters, whatever they are. */
     static juce::String statusFor (const juce::String& source);

@@ -14,14 +14,14 @@ class Project;
 class ITunesBridge
 {
 public:
-    ITunesBridge ();
+    ITunesBridge();
 
     /** Keeps iTunes' own window out of sight; nothing to do where there is no iTunes. */
-    static void hideWindow ();
+    static void hideWindow();
 
     int prepareEncoder (int format);
     int convertFile (const juce::String& source, const juce::String& destination);
-    int restoreEncoder ();
+    int restoreEncoder();
     int addToLibrary (const juce::String& path, Project* project);
 
     /** Renames a converted file to its final name ("07 - Artist - Title.m4a"), in the encoding

@@ -14,42 +14,42 @@ ItunesConvertorThread::ItunesConvertorThread (const juce::String& title, const j
 {
 }
 
-void ItunesConvertorThread::run ()
+void ItunesConvertorThread::run()
 {
     if (showsStatus)
-        setStatusMessage ("Converting " + juce::File (source).getFileNameWithoutExtension ());
+        setStatusMessage ("Converting " + juce::File (source).getFileNameWithoutExtension());
 
     if (!result)
         return;
 
-    auto bridge = std::make_unique<ITunesBridge> ();
-    ITunesBridge::hideWindow ();
+    auto bridge = std::make_unique<ITunesBridge>();
+    ITunesBridge::hideWindow();
 
     if (bridge->prepareEncoder (format) == -1)
     {
         result = false;
-        bridge->restoreEncoder ();
+        bridge->restoreEncoder();
         return;
     }
 
-    ITunesBridge::hideWindow ();
+    ITunesBridge::hideWindow();
     // A failed conversion has told the user already; the run finds no file and goes on.
     if (bridge->convertFile (source, destination) == -1)
         return;
 
-    ITunesBridge::hideWindow ();
+    ITunesBridge::hideWindow();
     destination = ITunesBridge::moveToFinalName (destination, project);
-    if (destination.isEmpty ())
+    if (destination.isEmpty())
         return;
 
     result = true;
-    bridge->restoreEncoder ();
-    ITunesBridge::hideWindow ();
+    bridge->restoreEncoder();
+    ITunesBridge::hideWindow();
 
     if (format != 1)
     {
         bridge->addToLibrary (destination, project);
-        ITunesBridge::hideWindow ();
+        ITunesBridge::hideWindow();
     }
 }
 

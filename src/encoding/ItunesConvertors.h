@@ -11,7 +11,7 @@
 class ItunesConvertorThread : public juce::ThreadWithProgressWindow
 {
 public:
-    void run () override;
+    void run() override;
 
     Project* project;
     juce::String source;

@@ -15,5 +15,5 @@ void showItunesMissing (Project* project)
     request.linkBounds = { 10, 230, 200, 24 };
     request.textBlock = project->translate ("Itunes is not installed - Please get Itunes");
     request.buttons.push_back ({ project->translate ("ok"), 0, juce::KeyPress (juce::KeyPress::returnKey) });
-    Dialogs::get ().runAlert (request);
+    Dialogs::get().runAlert (request);
 }

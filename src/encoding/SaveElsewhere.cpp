@@ -2,7 +2,7 @@
 
 #include "app/Dialogs.h"
 
-juce::String SaveElsewhere::ask ()
+juce::String SaveElsewhere::ask()
 {
     FileRequest request;
     request.mode = FileRequest::Mode::saveFile;
@@ -11,16 +11,16 @@ juce::String SaveElsewhere::ask ()
     request.warnAboutOverwriting = true;
 
     juce::File chosen;
-    if (!Dialogs::get ().chooseFile (request, chosen))
+    if (!Dialogs::get().chooseFile (request, chosen))
         return {};
 
     target = chosen;
 
-    if (source.exists ())
+    if (source.exists())
     {
         source.moveFileTo (target);
-        return source.getFullPathName ();
+        return source.getFullPathName();
     }
 
-    return target.getFullPathName ();
+    return target.getFullPathName();
 }

@@ -12,5 +12,5 @@ struct SaveElsewhere
     juce::File target;
 
     /** The chosen path (the moved source's, when there is one), or "" when cancelled. */
-    juce::String ask ();
+    juce::String ask();
 };

@@ -22,7 +22,7 @@ class WavConvertorThread : public juce::ThreadWithProgressWindow
 public:
     WavConvertorThread (const juce::String& source, const juce::String& destination, Project* project);
 
-    void run () override;
+    void run() override;
 
     /** True when a source of this name is decoded here rather than sent to iTunes. */
     static bool decodesItself (const juce::String& source);
@@ -34,8 +34,8 @@ public:
     bool result = false;
 
 private:
-    void decode ();
-    void sendToItunes ();
+    void decode();
+    void sendToItunes();
 
     JUCE_DECLARE_NON_COPYABLE (WavConvertorThread)
 };

@@ -10,21 +10,21 @@ namespace
 {
 /** The saved list's folder exists afterwards, unless the system refuses; a file standing in
     its place is removed first. */
-void makeSureOfTrackListFolder ()
+void makeSureOfTrackListFolder()
 {
-    const auto folder = Project::savedTrackListFile ().getParentDirectory ();
+    const auto folder = Project::savedTrackListFile().getParentDirectory();
 
-    if (folder.existsAsFile ())
-        folder.deleteFile ();
+    if (folder.existsAsFile())
+        folder.deleteFile();
 
-    if (!folder.isDirectory ())
-        folder.createDirectory ();
+    if (!folder.isDirectory())
+        folder.createDirectory();
 }
 } // namespace
 
 void Project::addTrackFile (const juce::String& path)
 {
-    const auto lower = path.toLowerCase ();
+    const auto lower = path.toLowerCase();
 
     if (lower.endsWith (".wav") || lower.endsWith (".ogg") || lower.endsWith (".flac") || lower.endsWith (".aif") ||
         lower.endsWith (".aiff"))
@@ -41,7 +41,7 @@ void Project::addTrackFile (const juce::String& path)
             format = formatAiff;
 
         if (addTrack (path, format))
-            lastWrittenTrack = trackCount () + 1;
+            lastWrittenTrack = trackCount() + 1;
 
         return;
     }
@@ -55,21 +55,21 @@ void Project::addTrackFile (const juce::String& path)
     const auto keptFormat = outputFormat;
     setOutputFormat (formatWav);
 
-    SaveElsewhere question{ juce::File (), juce::File (wavPath) };
-    wavPath = question.ask ();
+    SaveElsewhere question{ juce::File(), juce::File (wavPath) };
+    wavPath = question.ask();
 
-    if (wavPath.isNotEmpty ())
+    if (wavPath.isNotEmpty())
     {
         intermediateConversion = true;
-        auto convertor = std::make_unique<WavConvertor> ();
+        auto convertor = std::make_unique<WavConvertor>();
         const auto keptDestination = encodingDestination;
-        encodingDestination.clear ();
+        encodingDestination.clear();
 
         if (convertor->convert (path, wavPath, this))
         {
             removeTrackNamed (wavPath);
             if (addTrack (wavPath, formatWav))
-                lastWrittenTrack = trackCount () + 1;
+                lastWrittenTrack = trackCount() + 1;
         }
 
         encodingDestination = keptDestination;
@@ -79,10 +79,10 @@ void Project::addTrackFile (const juce::String& path)
     setOutputFormat (keptFormat);
 }
 
-void Project::resetForNewCapture ()
+void Project::resetForNewCapture()
 {
     captureFolder = rootDirectory;
-    clearTracks ();
+    clearTracks();
     lastWrittenTrack = 0;
     firstTrackPending = -1;
     trackCounter = 0;
@@ -90,7 +90,7 @@ void Project::resetForNewCapture ()
 }
 
 //==============================================================================
-juce::File Project::savedTrackListFile ()
+juce::File Project::savedTrackListFile()
 {
     return juce::File::getSpecialLocation (juce::File::userDocumentsDirectory)
         .getChildFile ("Tonewell")
@@ -98,18 +98,18 @@ juce::File Project::savedTrackListFile ()
         .getChildFile ("tracklist.gsp");
 }
 
-bool Project::savedTrackListExists () const
+bool Project::savedTrackListExists() const
 {
-    return savedTrackListFile ().existsAsFile ();
+    return savedTrackListFile().existsAsFile();
 }
 
-void Project::saveTrackList ()
+void Project::saveTrackList()
 {
-    makeSureOfTrackListFolder ();
+    makeSureOfTrackListFolder();
 
-    const auto file = savedTrackListFile ();
-    if (file.exists ())
-        file.deleteFile ();
+    const auto file = savedTrackListFile();
+    if (file.exists())
+        file.deleteFile();
 
     auto stream = file.createOutputStream (32768);
     if (stream == nullptr)
@@ -119,28 +119,28 @@ void Project::saveTrackList ()
         stream->writeText (track.path + "\n", false, false, "\r\n");
 }
 
-bool Project::loadSavedTrackList ()
+bool Project::loadSavedTrackList()
 {
-    makeSureOfTrackListFolder ();
+    makeSureOfTrackListFolder();
 
-    const auto file = savedTrackListFile ();
-    if (!file.existsAsFile ())
+    const auto file = savedTrackListFile();
+    if (!file.existsAsFile())
         return false;
 
     juce::String failures;
 
-    if (auto stream = file.createInputStream ())
+    if (auto stream = file.createInputStream())
     {
         // The first empty line ends the list.
-        while (!stream->isExhausted ())
+        while (!stream->isExhausted())
         {
-            const auto line = stream->readNextLine ();
-            if (line.isEmpty ())
+            const auto line = stream->readNextLine();
+            if (line.isEmpty())
                 break;
 
             const auto path = juce::File::createLegalPathName (line);
 
-            if (juce::File::isAbsolutePath (path) && juce::File (path).existsAsFile ())
+            if (juce::File::isAbsolutePath (path) && juce::File (path).existsAsFile())
             {
                 addTrack (path, Track::formatOfPath (path));
                 ++lastWrittenTrack;
@@ -152,18 +152,18 @@ bool Project::loadSavedTrackList ()
         }
     }
 
-    if (failures.isEmpty ())
-        return file.deleteFile ();
+    if (failures.isEmpty())
+        return file.deleteFile();
 
     showError (translate ("Failed to load track(s) : ") + failures);
     return false;
 }
 
-bool Project::deleteSavedTrackList ()
+bool Project::deleteSavedTrackList()
 {
-    const auto file = savedTrackListFile ();
-    if (!file.exists ())
+    const auto file = savedTrackListFile();
+    if (!file.exists())
         return false;
 
-    return file.deleteFile ();
+    return file.deleteFile();
 }
