@@ -3,10 +3,10 @@
 #include "encoding/Convertor.h"
 
 CopyMyFile::CopyMyFile (const juce::File& from, const juce::File& to, bool moveInstead)
-    : juce::ThreadWithProgressWindow ("Copying...", false, true, convertorCancellingTimeOutMs, convertorCancelText)
-    , source (from)
-    , destination (to)
-    , move (moveInstead)
+    : juce::ThreadWithProgressWindow ("Copying...", false, true, convertorCancellingTimeOutMs, convertorCancelText),
+      source (from),
+      destination (to),
+      move (moveInstead)
 {
 }
 

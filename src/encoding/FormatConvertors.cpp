@@ -5,12 +5,12 @@
 FormatConvertorThread::FormatConvertorThread (const juce::String& title, const juce::String& sourceToRead,
                                               const juce::String& destinationToWrite,
                                               std::unique_ptr<juce::AudioFormat> formatToWrite, int bits, int quality)
-    : juce::ThreadWithProgressWindow (title, true, true, convertorCancellingTimeOutMs, convertorCancelText)
-    , source (sourceToRead)
-    , destination (destinationToWrite)
-    , format (std::move (formatToWrite))
-    , bitsPerSample (bits)
-    , qualityOptionIndex (quality)
+    : juce::ThreadWithProgressWindow (title, true, true, convertorCancellingTimeOutMs, convertorCancelText),
+      source (sourceToRead),
+      destination (destinationToWrite),
+      format (std::move (formatToWrite)),
+      bitsPerSample (bits),
+      qualityOptionIndex (quality)
 {
 }
 

@@ -5,12 +5,12 @@
 
 ItunesConvertorThread::ItunesConvertorThread (const juce::String& title, const juce::String& sourceToRead,
                                               const juce::String& destinationToWrite, Project* owner, bool withStatus)
-    : juce::ThreadWithProgressWindow (title, true, true, convertorCancellingTimeOutMs, convertorCancelText)
-    , project (owner)
-    , source (sourceToRead)
-    , destination (destinationToWrite)
-    , format (owner->outputFormat)
-    , showsStatus (withStatus)
+    : juce::ThreadWithProgressWindow (title, true, true, convertorCancellingTimeOutMs, convertorCancelText),
+      project (owner),
+      source (sourceToRead),
+      destination (destinationToWrite),
+      format (owner->outputFormat),
+      showsStatus (withStatus)
 {
 }
 

@@ -28,11 +28,11 @@ bool WavConvertor::convert (juce::String source, juce::String destination, Proje
 WavConvertorThread::WavConvertorThread (const juce::String& sourceToRead, const juce::String& destinationToWrite,
                                         Project* owner)
     : juce::ThreadWithProgressWindow (owner->translate ("Converting to WAV..."), true, true,
-                                      convertorCancellingTimeOutMs, convertorCancelText)
-    , project (owner)
-    , source (sourceToRead)
-    , destination (destinationToWrite)
-    , format (owner->outputFormat)
+                                      convertorCancellingTimeOutMs, convertorCancelText),
+      project (owner),
+      source (sourceToRead),
+      destination (destinationToWrite),
+      format (owner->outputFormat)
 {
 }
 
