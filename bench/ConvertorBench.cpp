@@ -98,6 +98,12 @@ void report (benchmark::State& state, const juce::File& output)
 
 void ours (benchmark::State& state, int format)
 {
+    if (juce::SystemStats::getEnvironmentVariable ("DISPLAY", {}).isEmpty())
+    {
+        state.SkipWithError ("the progress windows need a display: run bench/convertors.sh");
+        return;
+    }
+
     auto& bench = files();
     runAsApplication();
     // The message thread and the progress windows, for this run alone: JUCE must be shut down
