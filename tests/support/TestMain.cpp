@@ -13,9 +13,6 @@ class JuceEnvironment : public ::testing::Environment
 public:
     void SetUp() override
     {
-        // Run as the program runs: JUCE then ignores the X errors that a window manager-less
-        // display raises, as it does for the application, instead of letting Xlib end the process.
-        juce::JUCEApplicationBase::createInstance = []() -> juce::JUCEApplicationBase* { return nullptr; };
         juce = std::make_unique<juce::ScopedJuceInitialiser_GUI>();
     }
     void TearDown() override { juce.reset(); }
