@@ -214,7 +214,7 @@ void MainComponent::updateBackButtonVisibility()
             visible = true;
             break;
         case albumPageIndex:
-            visible = !project->captureStarted;
+            visible = ! project->captureStarted;
             break;
         case trackPageIndex:
             visible = project->projectType == encodeProject;
@@ -262,12 +262,12 @@ void MainComponent::buttonClicked (juce::Button* button)
 {
     if (button == &backButton)
     {
-        if (!project->captureRunning)
+        if (! project->captureRunning)
             backClicked();
     }
     else if (button == &nextButton)
     {
-        if (!project->captureRunning)
+        if (! project->captureRunning)
             nextClicked();
     }
     else if (button == &cancelButton)
@@ -315,6 +315,7 @@ void MainComponent::nextClicked()
             if (project->projectType == encodeProject)
             {
                 goToPage (trackPageIndex);
+                askAboutSavedTrackList();
                 backButton.setVisible (true);
             }
             else
@@ -354,6 +355,26 @@ void MainComponent::nextClicked()
 
         default:
             break;
+    }
+}
+
+void MainComponent::askAboutSavedTrackList()
+{
+    if (! project->savedTrackListExists())
+        return;
+
+    const auto answer =
+        showYesNoCancel (juce::MessageBoxIconType::InfoIcon, project->translate ("Saved track list found"),
+                         project->translate ("What do you want to do with it ?"), project->translate ("Load it"),
+                         project->translate ("Delete it"), project->translate ("Nothing"));
+    if (answer == 1)
+    {
+        project->loadSavedTrackList();
+        page2->updateTrackList();
+    }
+    else if (answer == 2)
+    {
+        project->deleteSavedTrackList();
     }
 }
 
@@ -397,7 +418,7 @@ bool MainComponent::prepareAlbumFolder()
     if (answer == 2)
         return true;
 
-    if (!folder.createDirectory())
+    if (! folder.createDirectory())
     {
         showError (project->translate ("Can't create directory !"));
         return false;
@@ -435,9 +456,11 @@ void MainComponent::cancelClicked()
                              project->translate ("Tracklist will be lost !\nDo you wish to save it ?"));
         if (answer == 0)
             return;
+        if (answer == 1)
+            project->saveTrackList();
     }
-    else if (!showOkCancel (juce::MessageBoxIconType::InfoIcon, project->translate ("Quit Groove Smith"),
-                            project->translate ("Are you sure you want to quit ?")))
+    else if (! showOkCancel (juce::MessageBoxIconType::InfoIcon, project->translate ("Quit Groove Smith"),
+                             project->translate ("Are you sure you want to quit ?")))
     {
         return;
     }
@@ -468,6 +491,13 @@ void MainComponent::filesDropped (const juce::StringArray& files, int, int)
 {
     juce::StringArray sorted (files);
     sorted.sort (true);
-    // Dropped tracks and covers are taken by the track page and the album page once they are built.
-    juce::ignoreUnused (sorted);
+
+    if (currentPage == trackPageIndex)
+    {
+        for (const auto& file : sorted)
+            project->addTrackFile (file);
+        page2->updateTrackList();
+        page2->repaint();
+    }
+    // Covers dropped on the album page are taken once that page is built.
 }

@@ -83,6 +83,9 @@ private:
     void cancelClicked();
     void helpClicked();
 
+    /** On entering the track page of an encode project: what to do with a saved list. */
+    void askAboutSavedTrackList();
+
     /** Before Next from the album page: the album folder below the root. False when the user abandons. */
     bool prepareAlbumFolder();
 

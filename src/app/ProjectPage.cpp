@@ -41,7 +41,7 @@ void ProjectPage::resized()
 void ProjectPage::buttonClicked (juce::Button* button)
 {
     // The button turned off by its radio partner reports too; only the one turned on counts.
-    if (!button->getToggleState())
+    if (! button->getToggleState())
         return;
 
     if (button == &ripButton)

@@ -15,7 +15,7 @@ const char* const lameLibraryName =
 bool isWholeNumber (const juce::String& text)
 {
     const auto digits = text.startsWithChar ('-') || text.startsWithChar ('+') ? text.substring (1) : text;
-    if (digits.isEmpty() || digits.length() > 10 || !digits.containsOnly ("0123456789"))
+    if (digits.isEmpty() || digits.length() > 10 || ! digits.containsOnly ("0123456789"))
         return false;
 
     const auto value = text.getLargeIntValue();
@@ -104,7 +104,7 @@ juce::File Project::defaultLameLibrary()
 
 bool Project::readBool (const juce::String& key, bool fallback) const
 {
-    if (!settings->containsKey (key))
+    if (! settings->containsKey (key))
         return fallback;
 
     const auto text = settings->getValue (key).trim();
@@ -118,7 +118,7 @@ bool Project::readBool (const juce::String& key, bool fallback) const
 
 int Project::readInt (const juce::String& key, int fallback) const
 {
-    if (!settings->containsKey (key))
+    if (! settings->containsKey (key))
         return fallback;
 
     const auto text = settings->getValue (key).trim();

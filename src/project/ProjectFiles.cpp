@@ -17,7 +17,7 @@ void makeSureOfTrackListFolder()
     if (folder.existsAsFile())
         folder.deleteFile();
 
-    if (!folder.isDirectory())
+    if (! folder.isDirectory())
         folder.createDirectory();
 }
 } // namespace
@@ -46,7 +46,7 @@ void Project::addTrackFile (const juce::String& path)
         return;
     }
 
-    if (!(lower.endsWith (".mp3") || lower.endsWith (".m4a")))
+    if (! (lower.endsWith (".mp3") || lower.endsWith (".m4a")))
         return;
 
     // The track page edits only what it can read: these become WAV files first, at a place
@@ -124,7 +124,7 @@ bool Project::loadSavedTrackList()
     makeSureOfTrackListFolder();
 
     const auto file = savedTrackListFile();
-    if (!file.existsAsFile())
+    if (! file.existsAsFile())
         return false;
 
     juce::String failures;
@@ -132,7 +132,7 @@ bool Project::loadSavedTrackList()
     if (auto stream = file.createInputStream())
     {
         // The first empty line ends the list.
-        while (!stream->isExhausted())
+        while (! stream->isExhausted())
         {
             const auto line = stream->readNextLine();
             if (line.isEmpty())
@@ -162,7 +162,7 @@ bool Project::loadSavedTrackList()
 bool Project::deleteSavedTrackList()
 {
     const auto file = savedTrackListFile();
-    if (!file.exists())
+    if (! file.exists())
         return false;
 
     return file.deleteFile();

@@ -36,7 +36,7 @@ int Project::trackFormat (int index) const
 
 int Project::setTrack (int index, int format, const juce::String& path)
 {
-    if (!juce::isPositiveAndBelow (index, trackCount()))
+    if (! juce::isPositiveAndBelow (index, trackCount()))
         return -1;
 
     auto& track = tracks[(size_t) index];
@@ -118,27 +118,27 @@ void Project::showSuccess (const juce::String& message) const
 
 void Project::deleteTrack (int index)
 {
-    if (!juce::isPositiveAndBelow (index, trackCount()))
+    if (! juce::isPositiveAndBelow (index, trackCount()))
         return;
 
     const juce::File file (tracks[(size_t) index].path);
-    const bool missing = !file.existsAsFile();
+    const bool missing = ! file.existsAsFile();
 
     if (missing)
     {
         showError (self->translate ("An error occured when trying to delete the track - file not found"));
     }
-    else if (!file.deleteFile())
+    else if (! file.deleteFile())
     {
         showError (self->translate ("An error occured when trying to delete the track"));
         return;
     }
 
     tracks.erase (tracks.begin() + index);
-    if (!tracks.empty())
+    if (! tracks.empty())
         lastWrittenTrack = trackCount() - 1;
 
-    if (!missing)
+    if (! missing)
         showSuccess (self->translate ("File has been deleted sucessfully"));
 }
 
@@ -161,7 +161,7 @@ void Project::deleteTracks (juce::SparseSet<int> rows, bool deleteFiles)
 
     int failures = 0;
 
-    while (!pending.empty())
+    while (! pending.empty())
     {
         // Walk the list to the first pending index; the others shift down as the list shrinks.
         int position = 0;
@@ -179,13 +179,13 @@ void Project::deleteTracks (juce::SparseSet<int> rows, bool deleteFiles)
         if (it == tracks.end())
             continue;
 
-        if (deleteFiles && !juce::File (it->path).deleteFile())
+        if (deleteFiles && ! juce::File (it->path).deleteFile())
             ++failures;
 
         tracks.erase (it);
     }
 
-    if (!deleteFiles)
+    if (! deleteFiles)
         return;
 
     if (failures == 0)
@@ -205,7 +205,7 @@ void Project::deleteAllTracks (bool notify)
     for (auto it = tracks.rbegin(); it != tracks.rend(); ++it)
     {
         const juce::File file (it->path);
-        if (!file.existsAsFile() || !file.deleteFile())
+        if (! file.existsAsFile() || ! file.deleteFile())
             ++failures;
     }
 

@@ -92,7 +92,7 @@ namespace
 int countProgramWindows()
 {
     juce::ChildProcess search;
-    if (!search.start (juce::StringArray{ "xdotool", "search", "--onlyvisible", "--name", "^Groovesmith -- Page" }))
+    if (! search.start (juce::StringArray{ "xdotool", "search", "--onlyvisible", "--name", "^Groovesmith -- Page" }))
         return -1;
     auto lines = juce::StringArray::fromLines (search.readAllProcessOutput());
     lines.removeEmptyStrings();
@@ -119,9 +119,9 @@ TEST (Application, aSecondStartShowsNothingAndEnds)
 
     // A display of this test's own, so that other tests' windows do not count.
     juce::ChildProcess display;
-    ASSERT_TRUE (display.start (juce::StringArray { "Xvfb", "-displayfd", "1", "-screen", "0", "800x600x24",
-                                                    "-nolisten", "tcp" },
-                                juce::ChildProcess::wantStdOut));
+    ASSERT_TRUE (
+        display.start (juce::StringArray{ "Xvfb", "-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten", "tcp" },
+                       juce::ChildProcess::wantStdOut));
     juce::String number;
     for (int i = 0; i < 200 && ! number.endsWithChar ('\n'); ++i)
     {

@@ -35,7 +35,7 @@ int FakeDialogs::runAlert (AlertRequest& request)
 
     {
         const std::lock_guard<std::mutex> guard (mutex);
-        if (!scriptedAnswers.empty())
+        if (! scriptedAnswers.empty())
         {
             const auto scripted = scriptedAnswers.front();
             scriptedAnswers.pop_front();
@@ -70,7 +70,7 @@ bool FakeDialogs::chooseFile (const FileRequest& request, juce::File& chosen)
     Chooser chooser;
     chooser.request = request;
 
-    if (!scriptedFiles.empty())
+    if (! scriptedFiles.empty())
     {
         chooser.chosen = scriptedFiles.front();
         chooser.confirmed = chooser.chosen != juce::File();

@@ -11,10 +11,7 @@ namespace
 class JuceEnvironment : public ::testing::Environment
 {
 public:
-    void SetUp() override
-    {
-        juce = std::make_unique<juce::ScopedJuceInitialiser_GUI>();
-    }
+    void SetUp() override { juce = std::make_unique<juce::ScopedJuceInitialiser_GUI>(); }
     void TearDown() override { juce.reset(); }
 
 private:
