@@ -106,7 +106,11 @@ protected:
 
     void TearDown() override
     {
-        readers.clear();
+        {
+            // A player that still plays waits for the audio thread to take its stop.
+            auto blocks = device->runBlocksInBackground();
+            readers.clear();
+        }
         project.reset();
     }
 
