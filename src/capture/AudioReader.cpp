@@ -72,13 +72,12 @@ void AudioReader::play (juce::File file, double positionInSamples)
         transport->releaseResources();
     }
 
+    // The transport lets go of any earlier file first: an unreadable file leaves it with none.
     reader = formatManager->createReaderFor (file);
+    transport->setSource (nullptr);
+    source.reset();
     if (reader != nullptr)
-    {
-        // The transport must let go of the old source before it is replaced.
-        transport->setSource (nullptr);
         source = std::make_unique<juce::AudioFormatReaderSource> (reader, true);
-    }
 
     if (transport != nullptr && source != nullptr && reader != nullptr)
     {

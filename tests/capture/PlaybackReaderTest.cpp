@@ -234,6 +234,26 @@ TEST_F (PlaybackTest, anUnreadableFilePlaysNothingAndSaysNothing)
     EXPECT_TRUE (dialogs.alerts().empty());
 }
 
+TEST_F (PlaybackTest, anUnreadableFileAfterAGoodOneStopsThePlayAndPlaysNothing)
+{
+    const auto notSound = testHome().getChildFile ("notes.wav");
+    ASSERT_TRUE (notSound.replaceWithText ("this is not a sound file"));
+
+    auto& reader = newReader();
+    reader.play (writeWav ("ramp.wav", rampSound (8000), 22050.0), 0.0);
+    device->runBlocks (2);
+
+    {
+        auto blocks = device->runBlocksInBackground();
+        reader.play (notSound, 0.0);
+    }
+    EXPECT_FALSE (reader.isPlaying());
+    EXPECT_EQ (reader.getTotalLength(), 0.0);
+    EXPECT_EQ (reader.getSampleRate(), 22050.0); // the last file started
+    EXPECT_TRUE (isSilent (device->runBlocks (4)));
+    EXPECT_TRUE (dialogs.alerts().empty());
+}
+
 TEST_F (PlaybackTest, aPlayerLetGoWhilePlayingLeavesTheDeviceSilentAndFreeForTheNext)
 {
     const auto sound = rampSound (8000);
