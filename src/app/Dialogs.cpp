@@ -15,11 +15,12 @@ public:
         // caller waits until the user has answered.
         juce::WaitableEvent answered;
         int result = 0;
-        juce::MessageManager::callAsync ([&]
-        {
-            result = runAlertHere (request);
-            answered.signal();
-        });
+        juce::MessageManager::callAsync (
+            [&]
+            {
+                result = runAlertHere (request);
+                answered.signal();
+            });
         answered.wait();
         return result;
     }
@@ -54,10 +55,7 @@ public:
         juce::DialogWindow::showModalDialog (title, &content, centreAround, background, true, false, false);
     }
 
-    void openUrl (const juce::URL& url) override
-    {
-        url.launchInDefaultBrowser();
-    }
+    void openUrl (const juce::URL& url) override { url.launchInDefaultBrowser(); }
 
 private:
     static int runAlertHere (AlertRequest& request)

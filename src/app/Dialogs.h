@@ -66,8 +66,8 @@ public:
     virtual bool chooseFile (const FileRequest& request, juce::File& chosen) = 0;
 
     /** Shows `content` in a modal dialog window and returns when it is closed. */
-    virtual void runDialog (const juce::String& title, juce::Component& content,
-                            juce::Component* centreAround, juce::Colour background) = 0;
+    virtual void runDialog (const juce::String& title, juce::Component& content, juce::Component* centreAround,
+                            juce::Colour background) = 0;
 
     /** Opens an address in the user's browser. */
     virtual void openUrl (const juce::URL& url) = 0;

@@ -315,6 +315,7 @@ void MainComponent::nextClicked()
             if (project->projectType == encodeProject)
             {
                 goToPage (trackPageIndex);
+                askAboutSavedTrackList();
                 backButton.setVisible (true);
             }
             else
@@ -354,6 +355,26 @@ void MainComponent::nextClicked()
 
         default:
             break;
+    }
+}
+
+void MainComponent::askAboutSavedTrackList()
+{
+    if (! project->savedTrackListExists())
+        return;
+
+    const auto answer =
+        showYesNoCancel (juce::MessageBoxIconType::InfoIcon, project->translate ("Saved track list found"),
+                         project->translate ("What do you want to do with it ?"), project->translate ("Load it"),
+                         project->translate ("Delete it"), project->translate ("Nothing"));
+    if (answer == 1)
+    {
+        project->loadSavedTrackList();
+        page2->updateTrackList();
+    }
+    else if (answer == 2)
+    {
+        project->deleteSavedTrackList();
     }
 }
 
@@ -420,9 +441,9 @@ void MainComponent::cancelClicked()
 
     if (project->trackCount() > 0 && project->projectType == ripProject)
     {
-        const auto answer = showYesNoCancel (juce::MessageBoxIconType::WarningIcon,
-                                             project->translate ("Delete Track(s)"),
-                                             project->translate ("Are you sure to delete all your tracks"));
+        const auto answer =
+            showYesNoCancel (juce::MessageBoxIconType::WarningIcon, project->translate ("Delete Track(s)"),
+                             project->translate ("Are you sure to delete all your tracks"));
         if (answer == 0)
             return;
         if (answer == 1)
@@ -430,11 +451,13 @@ void MainComponent::cancelClicked()
     }
     else if (project->trackCount() > 0)
     {
-        const auto answer = showYesNoCancel (juce::MessageBoxIconType::WarningIcon,
-                                             project->translate ("Quit Groove Smith"),
-                                             project->translate ("Tracklist will be lost !\nDo you wish to save it ?"));
+        const auto answer =
+            showYesNoCancel (juce::MessageBoxIconType::WarningIcon, project->translate ("Quit Groove Smith"),
+                             project->translate ("Tracklist will be lost !\nDo you wish to save it ?"));
         if (answer == 0)
             return;
+        if (answer == 1)
+            project->saveTrackList();
     }
     else if (! showOkCancel (juce::MessageBoxIconType::InfoIcon, project->translate ("Quit Groove Smith"),
                              project->translate ("Are you sure you want to quit ?")))
@@ -468,6 +491,13 @@ void MainComponent::filesDropped (const juce::StringArray& files, int, int)
 {
     juce::StringArray sorted (files);
     sorted.sort (true);
-    // Dropped tracks and covers are taken by the track page and the album page once they are built.
-    juce::ignoreUnused (sorted);
+
+    if (currentPage == trackPageIndex)
+    {
+        for (const auto& file : sorted)
+            project->addTrackFile (file);
+        page2->updateTrackList();
+        page2->repaint();
+    }
+    // Covers dropped on the album page are taken once that page is built.
 }

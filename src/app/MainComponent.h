@@ -20,10 +20,11 @@ class FinalPage;
     The wizard: creates the project and the seven pages, shows one page at a time, keeps the
     window title and the buttons at the foot in step with it, and does the work between pages.
 */
-class MainComponent : public juce::Component,
-                      public juce::Button::Listener,
-                      public juce::FileDragAndDropTarget,
-                      public juce::ActionListener
+class MainComponent :
+    public juce::Component,
+    public juce::Button::Listener,
+    public juce::FileDragAndDropTarget,
+    public juce::ActionListener
 {
 public:
     /** `window` carries the title; it may be null (then the title goes nowhere). */
@@ -81,6 +82,9 @@ private:
     void nextClicked();
     void cancelClicked();
     void helpClicked();
+
+    /** On entering the track page of an encode project: what to do with a saved list. */
+    void askAboutSavedTrackList();
 
     /** Before Next from the album page: the album folder below the root. False when the user abandons. */
     bool prepareAlbumFolder();

@@ -24,11 +24,13 @@ protected:
     virtual void mouseMovedAfterHover() = 0;
 
 private:
-    class Internal : public juce::MouseListener,
-                     public juce::Timer
+    class Internal : public juce::MouseListener, public juce::Timer
     {
     public:
-        explicit Internal (MouseHoverDetector& owner) : owner (owner) {}
+        explicit Internal (MouseHoverDetector& owner)
+            : owner (owner)
+        {
+        }
 
         void timerCallback() override;
         void mouseEnter (const juce::MouseEvent& e) override { restart (e); }
@@ -43,7 +45,7 @@ private:
         MouseHoverDetector& owner;
     };
 
-    Internal internal { *this };
+    Internal internal{ *this };
     juce::Component* source = nullptr;
     int hoverTimeMillisecs;
     bool hasJustHovered = false;

@@ -38,6 +38,5 @@ void Page::paint (juce::Graphics& g)
 
 void Page::mouseHovered (int x, int y)
 {
-    setMouseCursor (isInHotZone ({ x, y }) ? juce::MouseCursor::PointingHandCursor
-                                           : juce::MouseCursor::NormalCursor);
+    setMouseCursor (isInHotZone ({ x, y }) ? juce::MouseCursor::PointingHandCursor : juce::MouseCursor::NormalCursor);
 }

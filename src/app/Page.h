@@ -14,8 +14,7 @@ extern const char* const homePageAddress;
     part that shows a pointing hand after the mouse rests there and opens the home page on a
     click.
 */
-class Page : public juce::Component,
-             public MouseHoverDetector
+class Page : public juce::Component, public MouseHoverDetector
 {
 public:
     Page (const juce::String& name, Project* project);

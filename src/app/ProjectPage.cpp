@@ -5,9 +5,9 @@
 ProjectPage::ProjectPage (Project* projectToUse)
     : Page ("Page3", projectToUse)
 {
-    homeLabel.setText (project->translate (
-                           "Welcome to the Groove Smith Wizard which will guide you through the ripping process."),
-                       juce::dontSendNotification);
+    homeLabel.setText (
+        project->translate ("Welcome to the Groove Smith Wizard which will guide you through the ripping process."),
+        juce::dontSendNotification);
     homeLabel.setFont (homeLabel.getFont().boldened().withHeight (13.0f));
     typeLabel.setText (project->translate ("What do you want to do ?"), juce::dontSendNotification);
     ripButton.setButtonText (project->translate ("Rip Vinyls"));
@@ -17,7 +17,7 @@ ProjectPage::ProjectPage (Project* projectToUse)
     encodeButton.setRadioGroupId (1235);
     ripButton.setToggleState (true, juce::dontSendNotification);
 
-    for (auto* component : std::initializer_list<juce::Component*> { &homeLabel, &typeLabel, &ripButton, &encodeButton })
+    for (auto* component : std::initializer_list<juce::Component*>{ &homeLabel, &typeLabel, &ripButton, &encodeButton })
         addAndMakeVisible (component);
 
     ripButton.addListener (this);

@@ -3,8 +3,7 @@
 #include "app/Page.h"
 
 /** The first page: rip records, or encode existing files. */
-class ProjectPage : public Page,
-                    public juce::Button::Listener
+class ProjectPage : public Page, public juce::Button::Listener
 {
 public:
     explicit ProjectPage (Project* project);
@@ -13,8 +12,8 @@ public:
     void resized() override;
     void buttonClicked (juce::Button* button) override;
 
-    juce::Label homeLabel { "homeLabel" };
-    juce::Label typeLabel { "projectType" };
+    juce::Label homeLabel{ "homeLabel" };
+    juce::Label typeLabel{ "projectType" };
     juce::ToggleButton ripButton;
     juce::ToggleButton encodeButton;
 };

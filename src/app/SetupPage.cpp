@@ -33,11 +33,11 @@ SetupPage::SetupPage (Project* projectToUse)
     preampNo.setRadioGroupId (1234);
     (project->preamp ? preampYes : preampNo).setToggleState (true, juce::sendNotification);
 
-    for (auto* component : std::initializer_list<juce::Component*> {
+    for (auto* component : std::initializer_list<juce::Component*>{
              &folderLabel, &preampLabel, &folderEditor, &deviceButton, &browseButton, &preampYes, &preampNo })
         addAndMakeVisible (component);
 
-    for (auto* button : std::initializer_list<juce::Button*> { &deviceButton, &browseButton, &preampYes, &preampNo })
+    for (auto* button : std::initializer_list<juce::Button*>{ &deviceButton, &browseButton, &preampYes, &preampNo })
         button->addListener (this);
 
     // The drivers are scanned once, as the program starts.
@@ -48,13 +48,13 @@ SetupPage::SetupPage (Project* projectToUse)
             type->scanForDevices();
     }
 
-    deviceSelector = std::make_unique<juce::AudioDeviceSelectorComponent> (*project, 2, 2, 2, 2, false, false,
-                                                                             true, true);
+    deviceSelector =
+        std::make_unique<juce::AudioDeviceSelectorComponent> (*project, 2, 2, 2, 2, false, false, true, true);
 }
 
 SetupPage::~SetupPage()
 {
-    for (auto* button : std::initializer_list<juce::Button*> { &deviceButton, &browseButton, &preampYes, &preampNo })
+    for (auto* button : std::initializer_list<juce::Button*>{ &deviceButton, &browseButton, &preampYes, &preampNo })
         button->removeListener (this);
 }
 

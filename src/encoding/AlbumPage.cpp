@@ -5,6 +5,4 @@ AlbumPage::AlbumPage (Project* projectToUse)
 {
 }
 
-void AlbumPage::resized()
-{
-}
+void AlbumPage::resized() {}

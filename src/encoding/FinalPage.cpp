@@ -6,10 +6,6 @@ FinalPage::FinalPage (Project* projectToUse, juce::ActionListener* listener)
     addActionListener (listener);
 }
 
-void FinalPage::resized()
-{
-}
+void FinalPage::resized() {}
 
-void FinalPage::refresh()
-{
-}
+void FinalPage::refresh() {}

@@ -3,8 +3,7 @@
 #include "app/Page.h"
 
 /** The last page: a new capture, another encode, or the end. */
-class FinalPage : public Page,
-                  public juce::ActionBroadcaster
+class FinalPage : public Page, public juce::ActionBroadcaster
 {
 public:
     FinalPage (Project* project, juce::ActionListener* listener);

@@ -5,6 +5,4 @@ Page3::Page3 (Project* projectToUse)
 {
 }
 
-void Page3::resized()
-{
-}
+void Page3::resized() {}

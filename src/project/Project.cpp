@@ -24,7 +24,7 @@ bool isWholeNumber (const juce::String& text)
 } // namespace
 
 Project::Project()
-    : levelPair (new float[2] { 0.0f, 0.0f }),
+    : levelPair (new float[2]{ 0.0f, 0.0f }),
       lock (std::make_unique<juce::CriticalSection>())
 {
     juce::PropertiesFile::Options options;
@@ -49,8 +49,8 @@ Project::Project()
     lameLibrary = settings->containsKey ("lame") ? juce::File (settings->getValue ("lame")) : defaultLameLibrary();
 
     const auto language = settings->getValue ("lang", "en");
-    strings = std::make_unique<juce::LocalisedStrings> (
-        programFolder().getChildFile ("lang-" + language + ".txt"), false);
+    strings =
+        std::make_unique<juce::LocalisedStrings> (programFolder().getChildFile ("lang-" + language + ".txt"), false);
 
     threshold = readInt ("threshold", -55);
     silenceLength = readInt ("silencelength", 15);
@@ -90,8 +90,8 @@ juce::File Project::defaultLameLibrary()
         return besideProgram;
 
 #if JUCE_LINUX || JUCE_BSD
-    for (const auto* folder : { "/usr/lib/x86_64-linux-gnu", "/usr/lib/aarch64-linux-gnu", "/usr/lib64",
-                                "/usr/lib", "/usr/local/lib" })
+    for (const auto* folder :
+         { "/usr/lib/x86_64-linux-gnu", "/usr/lib/aarch64-linux-gnu", "/usr/lib64", "/usr/lib", "/usr/local/lib" })
     {
         const auto candidate = juce::File (folder).getChildFile (lameLibraryName);
         if (candidate.existsAsFile())
@@ -201,8 +201,8 @@ juce::String Project::translate (const juce::String& text) const
 
 bool Project::usesItunes() const
 {
-    return outputFormat == formatAacItunes || outputFormat == formatAppleLosslessItunes
-           || outputFormat == formatMp3Itunes;
+    return outputFormat == formatAacItunes || outputFormat == formatAppleLosslessItunes ||
+           outputFormat == formatMp3Itunes;
 }
 
 juce::String Project::lameArguments() const

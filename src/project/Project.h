@@ -107,6 +107,29 @@ public:
     std::vector<juce::String> temporaryFileList() const;
 
     //==============================================================================
+    // Files brought in, a new capture, and the saved track list of an encode project.
+
+    /** Adds a file the user brought in: WAV, Ogg, FLAC and AIFF as they are, MP3 and M4A
+        through a WAV file made at a place the user picks; anything else is ignored. */
+    void addTrackFile (const juce::String& path);
+
+    /** Empties the list (the files stay) and starts the next capture in the root folder. */
+    void resetForNewCapture();
+
+    /** "Tonewell/Groovesmith/tracklist.gsp" in the user's documents folder. */
+    static juce::File savedTrackListFile();
+
+    bool savedTrackListExists() const;
+
+    /** Writes the list's paths, one a line, ending in CR LF. */
+    void saveTrackList();
+
+    /** Adds the saved tracks that exist; deletes the file when all of them did. */
+    bool loadSavedTrackList();
+
+    bool deleteSavedTrackList();
+
+    //==============================================================================
     Project* self = this;
 
     juce::String captureFolder;

@@ -77,7 +77,7 @@ bool Project::insertTrack (int index, const juce::String& path, int format)
         return false;
 
     const auto position = juce::jlimit (0, trackCount(), index);
-    tracks.insert (tracks.begin() + position, Track { path, format });
+    tracks.insert (tracks.begin() + position, Track{ path, format });
     return true;
 }
 
@@ -191,8 +191,8 @@ void Project::deleteTracks (juce::SparseSet<int> rows, bool deleteFiles)
     if (failures == 0)
         showSuccess (self->translate ("Files have been deleted sucessfully"));
     else
-        showError (self->translate (
-            "Errors occured when trying to delete the tracks - Not all track may have been deleted"));
+        showError (
+            self->translate ("Errors occured when trying to delete the tracks - Not all track may have been deleted"));
 }
 
 void Project::deleteAllTracks (bool notify)

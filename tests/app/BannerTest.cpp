@@ -15,8 +15,8 @@ TEST_F (WizardTest, everyPageShowsTheBannerAtItsTopLeft)
     auto& page = *wizard->projectPage;
     const auto image = page.createComponentSnapshot (page.getLocalBounds());
     const auto& banner = *page.getBanner();
-    for (auto point : { juce::Point<int> (5, 5), juce::Point<int> (32, 30), juce::Point<int> (120, 20),
-                        juce::Point<int> (430, 55) })
+    for (auto point :
+         { juce::Point<int> (5, 5), juce::Point<int> (32, 30), juce::Point<int> (120, 20), juce::Point<int> (430, 55) })
         EXPECT_EQ (image.getPixelAt (point.x, point.y).getARGB(), banner.getPixelAt (point.x, point.y).getARGB());
 }
 

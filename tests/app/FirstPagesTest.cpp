@@ -78,8 +78,7 @@ TEST_F (WizardTest, theSetupPageShowsTheFolderTheDeviceButtonAndThePreampQuestio
     EXPECT_EQ (page.deviceButton.getButtonText(), "Audio device options");
     EXPECT_EQ (page.deviceButton.getTooltip(), "Select audio device to use for capture");
     EXPECT_EQ (page.browseButton.getButtonText(), "...");
-    EXPECT_EQ (page.browseButton.getTooltip(),
-               "Browse to select the directory in which capture files will be saved");
+    EXPECT_EQ (page.browseButton.getTooltip(), "Browse to select the directory in which capture files will be saved");
     EXPECT_EQ (page.preampYes.getButtonText(), "yes");
     EXPECT_EQ (page.preampYes.getTooltip(), "Click here to disable the RIAA emulation");
     EXPECT_EQ (page.preampNo.getButtonText(), "no");

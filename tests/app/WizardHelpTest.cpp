@@ -14,7 +14,8 @@ const char* const ripHelp[] = {
     "threshold\nClick Rumble to deactivate/activate rumble filter\nClick Param to set the minimum silence between two "
     "tracks and the silence threshold for silence detection\nClick capture to start capturing and writing to disk",
     "You can apply filters to files in the tracklist\nCaution ! no preview here: files will be edited in place",
-    "Select the format of audio file you want to generate.\nFor Itunes convertion, you need Itunes installed.\nFor lame "
+    "Select the format of audio file you want to generate.\nFor Itunes convertion, you need Itunes installed.\nFor "
+    "lame "
     "you need to select the location of 'lame_enc.dll'",
     "Start over again by clicking on the 'Do new capture' button",
 };

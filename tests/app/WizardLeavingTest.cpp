@@ -149,8 +149,7 @@ TEST_F (AlbumFolderTest, anExistingAlbumFolderIsOfferedWithAWarning)
     next();
     ASSERT_EQ (dialogs.alerts().size(), 1u);
     EXPECT_EQ (dialogs.alerts()[0].icon, juce::MessageBoxIconType::WarningIcon);
-    EXPECT_EQ (dialogs.alerts()[0].message,
-               "\"" + folder.getFullPathName() + "\" exists, put files there anyway ?");
+    EXPECT_EQ (dialogs.alerts()[0].message, "\"" + folder.getFullPathName() + "\" exists, put files there anyway ?");
     EXPECT_EQ (project().captureFolder, root.getFullPathName());
     EXPECT_EQ (MainComponent::currentPage, 3);
 }

@@ -8,7 +8,7 @@ TEST_F (WizardTest, theWizardBuildsSevenPagesInOrderAndShowsTheFirst)
     EXPECT_EQ (wizard->getName(), "Main Component");
     ASSERT_EQ (MainComponent::pages.size(), 7u);
 
-    const juce::StringArray names { "Page3", "SetupPage", "AlbumPage", "Page1", "Page2", "Page3", "FinalPage" };
+    const juce::StringArray names{ "Page3", "SetupPage", "AlbumPage", "Page1", "Page2", "Page3", "FinalPage" };
     for (int i = 0; i < 7; ++i)
     {
         EXPECT_EQ (MainComponent::pages[(size_t) i]->getName(), names[i]) << i;

@@ -251,7 +251,8 @@ TEST (Settings, aLanguageFileOfRandomBytesLeavesTheTextsInEnglish)
     ASSERT_TRUE (file.replaceWithData (noise.getData(), noise.getSize()));
 
     writeSettings ("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<PROPERTIES>\n"
-                   "  <VALUE name=\"lang\" val=\"" + code + "\"/>\n</PROPERTIES>\n");
+                   "  <VALUE name=\"lang\" val=\"" +
+                   code + "\"/>\n</PROPERTIES>\n");
     {
         FakeDialogs dialogs;
         Project project;
@@ -380,7 +381,8 @@ TEST (Settings, translationsComeFromTheLanguageFileBesideTheProgram)
     const auto file = Project::programFolder().getChildFile ("lang-" + code + ".txt");
     ASSERT_TRUE (file.replaceWithText ("language: Test\n\n\"Next\" = \"Suivant\"\n\"Help\" = \"Aide\"\n"));
     writeSettings ("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<PROPERTIES>\n"
-                   "  <VALUE name=\"lang\" val=\"" + code + "\"/>\n</PROPERTIES>\n");
+                   "  <VALUE name=\"lang\" val=\"" +
+                   code + "\"/>\n</PROPERTIES>\n");
     {
         Project project;
         EXPECT_EQ (project.translate ("Next"), "Suivant");

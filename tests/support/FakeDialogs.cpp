@@ -26,6 +26,8 @@ int FakeDialogs::runAlert (AlertRequest& request)
     alert.fieldValues = request.fieldValues;
     alert.textBlock = request.textBlock;
     alert.linkText = request.linkText;
+    alert.linkUrl = request.linkUrl;
+    alert.linkBounds = request.linkBounds;
     alert.onMessageThread = juce::MessageManager::getInstance()->isThisTheMessageThread();
 
     int result = request.buttons.empty() ? 0 : request.buttons.front().result;

@@ -23,6 +23,8 @@ public:
         juce::StringArray fieldValues; // as offered
         juce::String textBlock;
         juce::String linkText;
+        juce::URL linkUrl;
+        juce::Rectangle<int> linkBounds;
         juce::String answer; // the text of the button pressed
         bool onMessageThread = true;
     };

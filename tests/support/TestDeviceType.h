@@ -2,6 +2,9 @@
 
 #include <juce_audio_devices/juce_audio_devices.h>
 
+#include <atomic>
+#include <memory>
+
 /**
     A device type of the tests' own, with one device "Test Device" whose callback the test
     drives itself, block by block, instead of a sound card.
@@ -46,9 +49,28 @@ public:
     int getOutputLatencyInSamples() override { return 0; }
     int getInputLatencyInSamples() override { return 0; }
 
+    /** Runs blocks through the callback in force, with silent inputs, and returns what reached
+        the two outputs, one block after the other. */
+    juce::AudioBuffer<float> runBlocks (int numBlocks);
+
+    /** Keeps blocks running on a thread of its own while it lives, their output dropped: for
+        operations that wait for the audio thread to take notice. */
+    class BackgroundBlocks : private juce::Thread
+    {
+    public:
+        explicit BackgroundBlocks (TestDevice& device);
+        ~BackgroundBlocks() override;
+
+    private:
+        void run() override;
+        TestDevice& device;
+    };
+
+    std::unique_ptr<BackgroundBlocks> runBlocksInBackground();
+
 private:
     bool isOpenFlag = false;
     double sampleRate = 44100.0;
     juce::BigInteger activeInputs, activeOutputs;
-    juce::AudioIODeviceCallback* current = nullptr;
+    std::atomic<juce::AudioIODeviceCallback*> current{ nullptr };
 };

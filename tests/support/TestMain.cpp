@@ -11,13 +11,7 @@ namespace
 class JuceEnvironment : public ::testing::Environment
 {
 public:
-    void SetUp() override
-    {
-        // Run as the program runs: JUCE then ignores the X errors that a window manager-less
-        // display raises, as it does for the application, instead of letting Xlib end the process.
-        juce::JUCEApplicationBase::createInstance = []() -> juce::JUCEApplicationBase* { return nullptr; };
-        juce = std::make_unique<juce::ScopedJuceInitialiser_GUI>();
-    }
+    void SetUp() override { juce = std::make_unique<juce::ScopedJuceInitialiser_GUI>(); }
     void TearDown() override { juce.reset(); }
 
 private:
@@ -41,6 +35,11 @@ int main (int argc, char** argv)
     setenv ("XDG_CONFIG_HOME", (home + "/.config").c_str(), 1);
     setenv ("XDG_DOCUMENTS_DIR", (home + "/Documents").c_str(), 1);
     setenv ("GROOVESMITH_TEST_HOME", home.c_str(), 1);
+
+    // JUCE readies Xlib for threads and installs its X error handlers only when it runs as an
+    // application, as the program does. Without them the first window under a virtual display
+    // with no window manager ends the process (a BadAtom error on WM_STATE).
+    juce::JUCEApplicationBase::createInstance = []() -> juce::JUCEApplicationBase* { return nullptr; };
 
     ::testing::AddGlobalTestEnvironment (new JuceEnvironment());
     const int result = RUN_ALL_TESTS();

@@ -1,0 +1,176 @@
+// The FLAC and Ogg Vorbis convertors against the command-line encoders of the same libraries,
+// on one ten-minute stereo 44.1 kHz WAV file. Run through bench/convertors.sh, which gives the
+// program a virtual display and a home folder of its own and prints the figures side by side.
+#include "encoding/Convertor.h"
+#include "project/Project.h"
+#include "project/Track.h"
+
+#include <juce_audio_formats/juce_audio_formats.h>
+#include <juce_gui_basics/juce_gui_basics.h>
+
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <cstdlib>
+
+namespace
+{
+constexpr double sampleRate = 44100.0;
+constexpr int seconds = 600;
+
+/** Tells JUCE it runs as an application, as the program does: JUCE then readies Xlib for
+    threads and handles X errors itself. */
+void runAsApplication()
+{
+    juce::JUCEApplicationBase::createInstance = []() -> juce::JUCEApplicationBase* { return nullptr; };
+}
+
+/** A folder of the benchmark's own, with the ten-minute source in it. */
+struct BenchFiles
+{
+    BenchFiles()
+    {
+        // Never the user's home: the project's settings are written below it.
+        if (std::getenv ("GROOVESMITH_BENCH_HOME") == nullptr)
+        {
+            folder = juce::File::createTempFile ("groovesmith-bench");
+            folder.createDirectory();
+            setenv ("HOME", folder.getFullPathName().toRawUTF8(), 1);
+            setenv ("XDG_CONFIG_HOME", folder.getChildFile (".config").getFullPathName().toRawUTF8(), 1);
+        }
+        else
+        {
+            folder = juce::File (std::getenv ("GROOVESMITH_BENCH_HOME"));
+        }
+
+        source = folder.getChildFile ("ten minutes.wav");
+        if (!source.existsAsFile())
+            writeSource();
+    }
+
+    /** Music-like sound: a few drifting tones with a beat and a little noise. */
+    void writeSource() const
+    {
+        juce::WavAudioFormat wav;
+        std::unique_ptr<juce::AudioFormatWriter> writer (
+            wav.createWriterFor (source.createOutputStream().release(), sampleRate, 2, 16, {}, 0));
+        jassert (writer != nullptr);
+
+        juce::Random random (1234);
+        const int block = 44100;
+        juce::AudioBuffer<float> buffer (2, block);
+        for (int start = 0; start < seconds * (int) sampleRate; start += block)
+        {
+            for (int c = 0; c < 2; ++c)
+            {
+                auto* samples = buffer.getWritePointer (c);
+                for (int i = 0; i < block; ++i)
+                {
+                    const double t = (start + i) / sampleRate;
+                    const double beat = 0.6 + 0.4 * std::sin (2.0 * juce::MathConstants<double>::pi * 2.0 * t);
+                    double value = 0.0;
+                    for (int k = 1; k <= 4; ++k)
+                        value += std::sin (2.0 * juce::MathConstants<double>::pi *
+                                           (110.0 * k * (1.0 + 0.01 * c) + 3.0 * std::sin (0.1 * t)) * t) /
+                                 k;
+                    samples[i] = (float) (0.25 * beat * value + 0.01 * (random.nextFloat() - 0.5f));
+                }
+            }
+            writer->writeFromAudioSampleBuffer (buffer, 0, block);
+        }
+    }
+
+    juce::File folder;
+    juce::File source;
+};
+
+BenchFiles& files()
+{
+    static BenchFiles benchFiles;
+    return benchFiles;
+}
+
+void report (benchmark::State& state, const juce::File& output)
+{
+    state.counters["output_bytes"] = (double) output.getSize();
+    state.counters["audio_seconds"] = seconds;
+}
+
+void ours (benchmark::State& state, int format)
+{
+    if (juce::SystemStats::getEnvironmentVariable ("DISPLAY", {}).isEmpty())
+    {
+        state.SkipWithError ("the progress windows need a display: run bench/convertors.sh");
+        return;
+    }
+
+    auto& bench = files();
+    runAsApplication();
+    // The message thread and the progress windows, for this run alone: JUCE must be shut down
+    // before the process ends.
+    const juce::ScopedJuceInitialiser_GUI gui;
+    Project project;
+    const auto output = bench.folder.getChildFile ("ours" + Convertor::extensionForFormat (format));
+
+    for (auto _ : state)
+    {
+        const auto convertor = Convertor::forFormat (format);
+        if (!convertor->convert (bench.source.getFullPathName(), output.getFullPathName(), &project))
+            state.SkipWithError ("the convertor failed");
+    }
+
+    report (state, output);
+}
+
+void commandLine (benchmark::State& state, const juce::String& extension, const juce::StringArray& options)
+{
+    auto& bench = files();
+    const auto output = bench.folder.getChildFile ("tool" + extension);
+
+    for (auto _ : state)
+    {
+        output.deleteFile();
+        juce::StringArray arguments (options);
+        arguments.addArray ({ "-o", output.getFullPathName(), bench.source.getFullPathName() });
+
+        juce::ChildProcess process;
+        if (!process.start (arguments, 0) || !process.waitForProcessToFinish (-1) || process.getExitCode() != 0)
+            state.SkipWithError (("could not run " + options[0]).toRawUTF8());
+    }
+
+    report (state, output);
+}
+
+void flacConvertor (benchmark::State& state)
+{
+    ours (state, formatFlac);
+}
+
+void flacCommandLine (benchmark::State& state)
+{
+    commandLine (state, ".flac", { "flac", "-5", "-f", "-s" });
+}
+
+void oggConvertor (benchmark::State& state)
+{
+    ours (state, formatOgg);
+}
+
+void oggencCommandLine (benchmark::State& state)
+{
+    commandLine (state, ".ogg", { "oggenc", "-Q", "-q", "5" });
+}
+} // namespace
+
+BENCHMARK (flacConvertor)->Name ("Encode/flac/ours")->Iterations (1)->UseRealTime()->Unit (benchmark::kMillisecond);
+BENCHMARK (flacCommandLine)
+    ->Name ("Encode/flac/flac -5")
+    ->Iterations (1)
+    ->UseRealTime()
+    ->Unit (benchmark::kMillisecond);
+BENCHMARK (oggConvertor)->Name ("Encode/ogg/ours")->Iterations (1)->UseRealTime()->Unit (benchmark::kMillisecond);
+BENCHMARK (oggencCommandLine)
+    ->Name ("Encode/ogg/oggenc -q 5")
+    ->Iterations (1)
+    ->UseRealTime()
+    ->Unit (benchmark::kMillisecond);

@@ -1,0 +1,50 @@
+#!/usr/bin/env bash
+# Converts a ten-minute stereo 44.1 kHz WAV file to FLAC and to Ogg Vorbis with the program's
+# convertors and with `flac -5` and `oggenc -q 5`, and prints times and sizes side by side.
+# Usage: bench/convertors.sh [repetitions, default 5]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+repetitions=${1:-5}
+build_dir=${GROOVESMITH_BUILD_DIR:-build}
+script/build --target groovesmith_bench >/dev/null
+
+for tool in flac oggenc xvfb-run python3; do
+    command -v "$tool" >/dev/null || { echo "missing: $tool (run script/setup)" >&2; exit 1; }
+done
+
+home=$(mktemp -d /tmp/groovesmith-bench-XXXXXX)
+trap 'rm -rf "$home"' EXIT
+export HOME="$home" XDG_CONFIG_HOME="$home/.config" GROOVESMITH_BENCH_HOME="$home"
+
+xvfb-run --auto-servernum "$build_dir/bench/groovesmith_bench" \
+    --benchmark_filter='^Encode/' \
+    --benchmark_repetitions="$repetitions" \
+    --benchmark_enable_random_interleaving=true \
+    --benchmark_out="$home/results.json" --benchmark_out_format=json >"$home/console.txt" 2>&1 \
+    || { cat "$home/console.txt"; exit 1; }
+
+python3 - "$home/results.json" <<'PYTHON'
+import json, statistics, sys
+
+runs = {}
+for b in json.load(open(sys.argv[1]))["benchmarks"]:
+    if b.get("run_type") != "iteration" or b.get("error_occurred"):
+        continue
+    name = b["run_name"].split("/iterations")[0]
+    entry = runs.setdefault(name, {"ms": [], "bytes": b["output_bytes"]})
+    entry["ms"].append(b["real_time"])
+
+print(f"{'format':6} {'encoder':14} {'median s':>9} {'min s':>7} {'output MB':>10} {'x realtime':>11}")
+for fmt, tool in (("flac", "flac -5"), ("ogg", "oggenc -q 5")):
+    times = {}
+    for who in ("ours", tool):
+        entry = runs[f"Encode/{fmt}/{who}"]
+        median = statistics.median(entry["ms"]) / 1000.0
+        times[who] = median
+        print(f"{fmt:6} {who:14} {median:9.2f} {min(entry['ms']) / 1000.0:7.2f} "
+              f"{entry['bytes'] / 1e6:10.2f} {600.0 / median:11.0f}")
+    ratio = times["ours"] / times[tool]
+    verdict = "within" if ratio <= 1.1 else "OVER"
+    print(f"{fmt:6} ours / {tool}: {ratio:.3f} ({verdict} the 1.1 target)")
+PYTHON

@@ -1,0 +1,135 @@
+#include "encoding/FormatConvertors.h"
+
+#include "project/Project.h"
+
+FormatConvertorThread::FormatConvertorThread (const juce::String& title, const juce::String& sourceToRead,
+                                              const juce::String& destinationToWrite,
+                                              std::unique_ptr<juce::AudioFormat> formatToWrite, int bits, int quality)
+    : juce::ThreadWithProgressWindow (title, true, true, convertorCancellingTimeOutMs, convertorCancelText),
+      source (sourceToRead),
+      destination (destinationToWrite),
+      format (std::move (formatToWrite)),
+      bitsPerSample (bits),
+      qualityOptionIndex (quality)
+{
+}
+
+juce::String FormatConvertorThread::statusFor (const juce::String& source)
+{
+    const auto start = source.lastIndexOf (juce::File::getSeparatorString()) + 1;
+    return source.substring (start, source.length() - 4);
+}
+
+void FormatConvertorThread::run()
+{
+    const juce::File sourceFile (source);
+    const juce::File destinationFile (destination);
+
+    setStatusMessage (statusFor (source));
+    result = true;
+
+    // Checked before anything is deleted, so that a missing source leaves the old file alone.
+    if (!sourceFile.exists())
+    {
+        result = false;
+        return;
+    }
+
+    if (destinationFile.exists())
+        destinationFile.deleteFile();
+
+    // The output opens first: a source that is no WAV file leaves an empty destination behind.
+    auto output = destinationFile.createOutputStream (convertorOutputBufferSize);
+    auto input = sourceFile.createInputStream();
+
+    juce::WavAudioFormat wav;
+    std::unique_ptr<juce::AudioFormatReader> reader (input != nullptr ? wav.createReaderFor (input.release(), true)
+                                                                      : nullptr);
+    if (reader == nullptr || output == nullptr)
+    {
+        result = false;
+        return;
+    }
+
+    std::unique_ptr<juce::AudioFormatWriter> writer (format->createWriterFor (
+        output.get(), 44100.0, 2, bitsPerSample, juce::StringPairArray (true), qualityOptionIndex));
+
+    if (writer == nullptr)
+    {
+        result = false;
+        return;
+    }
+
+    output.release(); // the writer owns it now
+
+    juce::HeapBlock<int> left (convertorChunkSamples), right (convertorChunkSamples);
+    int* const buffers[] = { left.get(), right.get() };
+    const int* samples[] = { left.get(), right.get() };
+
+    const auto length = reader->lengthInSamples;
+
+    for (juce::int64 position = 0; position < length; position += convertorChunkSamples)
+    {
+        if (threadShouldExit())
+        {
+            reader.reset();
+            writer.reset();
+            destinationFile.deleteFile();
+            result = false;
+            return;
+        }
+
+        setProgress ((double) position / (double) length);
+
+        if (!reader->read (buffers, 2, position, convertorChunkSamples, true))
+        {
+            result = false;
+            break;
+        }
+
+        writer->write (samples, (int) juce::jmin ((juce::int64) convertorChunkSamples, length - position));
+    }
+
+    setProgress (1.0);
+}
+
+//==============================================================================
+AiffConvertorThread::AiffConvertorThread (const juce::String& source, const juce::String& destination, Project* project)
+    : FormatConvertorThread (project->translate ("Converting to aiff..."), source, destination,
+                             std::make_unique<juce::AiffAudioFormat>(), 16, 0)
+{
+}
+
+FlacConvertorThread::FlacConvertorThread (const juce::String& source, const juce::String& destination, Project* project)
+    : FormatConvertorThread (project->translate ("Converting to flac..."), source, destination,
+                             std::make_unique<juce::FlacAudioFormat>(), 16, 0)
+{
+}
+
+OggConvertorThread::OggConvertorThread (const juce::String& source, const juce::String& destination, Project* project)
+    : FormatConvertorThread (project->translate ("Converting to ogg..."), source, destination,
+                             std::make_unique<juce::OggVorbisAudioFormat>(), 32, mediumQualityIndex)
+{
+}
+
+//==============================================================================
+bool AiffConvertor::convert (juce::String source, juce::String destination, Project* project)
+{
+    AiffConvertorThread thread (source, destination, project);
+    thread.runThread (juce::Thread::Priority::normal);
+    return thread.result;
+}
+
+bool FlacConvertor::convert (juce::String source, juce::String destination, Project* project)
+{
+    FlacConvertorThread thread (source, destination, project);
+    thread.runThread (juce::Thread::Priority::normal);
+    return thread.result;
+}
+
+bool OggConvertor::convert (juce::String source, juce::String destination, Project* project)
+{
+    OggConvertorThread thread (source, destination, project);
+    thread.runThread (juce::Thread::Priority::normal);
+    return thread.result;
+}

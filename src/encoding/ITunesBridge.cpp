@@ -1,0 +1,65 @@
+#include "encoding/ITunesBridge.h"
+
+#include "app/Dialogs.h"
+#include "project/Project.h"
+
+ITunesBridge::ITunesBridge()
+{
+    // There is no iTunes automation on this platform: the connection fails at once.
+    state = -1;
+}
+
+void ITunesBridge::hideWindow() {}
+
+int ITunesBridge::prepareEncoder (int)
+{
+    return state == -1 ? -1 : 0;
+}
+
+int ITunesBridge::convertFile (const juce::String&, const juce::String&)
+{
+    return -1;
+}
+
+int ITunesBridge::restoreEncoder()
+{
+    return state == -1 ? -1 : 0;
+}
+
+int ITunesBridge::addToLibrary (const juce::String&, Project*)
+{
+    return -1;
+}
+
+juce::String ITunesBridge::moveToFinalName (const juce::String& path, Project* project)
+{
+    const juce::File file (path);
+    if (!file.existsAsFile())
+    {
+        showError (project->translate ("Can't find track"));
+        return {};
+    }
+
+    const auto separator = juce::File::getSeparatorString();
+    auto newPath = file.getParentDirectory().getFullPathName() + separator;
+
+    if (!project->intermediateConversion)
+    {
+        if (project->addTrackNumbers)
+            newPath << (project->encodingTrackNumber <= 9 ? "0" : "") << project->encodingTrackNumber << " - ";
+
+        if (project->artist.isNotEmpty())
+            newPath << juce::File::createLegalFileName (project->artist) << " - ";
+    }
+
+    newPath << juce::File::createLegalFileName (file.getFileNameWithoutExtension()) << file.getFileExtension();
+
+    if (project->encodingDestination.isNotEmpty())
+        newPath = project->encodingDestination + separator + juce::File (newPath).getFileName();
+
+    if (file.moveFileTo (juce::File (newPath)))
+        return newPath;
+
+    showError (project->translate ("An error occured when trying to move the track"));
+    return {};
+}

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "encoding/Convertor.h"
+
+#include <juce_gui_basics/juce_gui_basics.h>
+
+/**
+    The worker of the formats that iTunes writes: AAC, Apple Lossless and MP3. iTunes converts
+    the file in one piece, so there are no chunks, no progress and no polled Cancel.
+*/
+class ItunesConvertorThread : public juce::ThreadWithProgressWindow
+{
+public:
+    void run() override;
+
+    Project* project;
+    juce::String source;
+    juce::String destination;
+    int format; // the output format when the worker was made
+    bool result = true;
+
+protected:
+    ItunesConvertorThread (const juce::String& title, const juce::String& source, const juce::String& destination,
+                           Project* project, bool showsStatus);
+
+private:
+    bool showsStatus;
+
+    JUCE_DECLARE_NON_COPYABLE (ItunesConvertorThread)
+};
+
+class AacConvertorThread : public ItunesConvertorThread
+{
+public:
+    AacConvertorThread (const juce::String& source, const juce::String& destination, Project* project);
+};
+
+class AppleLosslessConvertorThread : public ItunesConvertorThread
+{
+public:
+    AppleLosslessConvertorThread (const juce::String& source, const juce::String& destination, Project* project);
+};
+
+class Mp3ConvertorThread : public ItunesConvertorThread
+{
+public:
+    Mp3ConvertorThread (const juce::String& source, const juce::String& destination, Project* project);
+};
+
+//==============================================================================
+class AacConvertor : public Convertor
+{
+public:
+    bool convert (juce::String source, juce::String destination, Project* project) override;
+};
+
+class AppleLosslessConvertor : public Convertor
+{
+public:
+    bool convert (juce::String source, juce::String destination, Project* project) override;
+};
+
+class Mp3Convertor : public Convertor
+{
+public:
+    bool convert (juce::String source, juce::String destination, Project* project) override;
+};

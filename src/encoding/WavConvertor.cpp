@@ -1,0 +1,190 @@
+#include "encoding/WavConvertor.h"
+
+#include "encoding/ITunesBridge.h"
+#include "project/Project.h"
+
+#include <juce_audio_formats/juce_audio_formats.h>
+
+namespace
+{
+/** Floats to 16-bit samples: scaled by 32767, clipped and rounded, as JUCE's old
+    convertFloatToInt16LE does. */
+void floatsToInt16 (const float* source, juce::int16* destination, int count)
+{
+    constexpr double maximum = 32767.0;
+    for (int i = 0; i < count; ++i)
+        destination[i] = (juce::int16) juce::roundToInt (juce::jlimit (-maximum, maximum, maximum * source[i]));
+}
+} // namespace
+
+bool WavConvertor::convert (juce::String source, juce::String destination, Project* project)
+{
+    WavConvertorThread thread (source, destination, project);
+    thread.runThread (juce::Thread::Priority::normal);
+    return thread.result;
+}
+
+//==============================================================================
+WavConvertorThread::WavConvertorThread (const juce::String& sourceToRead, const juce::String& destinationToWrite,
+                                        Project* owner)
+    : juce::ThreadWithProgressWindow (owner->translate ("Converting to WAV..."), true, true,
+                                      convertorCancellingTimeOutMs, convertorCancelText),
+      project (owner),
+      source (sourceToRead),
+      destination (destinationToWrite),
+      format (owner->outputFormat)
+{
+}
+
+bool WavConvertorThread::decodesItself (const juce::String& source)
+{
+    const auto lower = source.toLowerCase();
+    return lower.endsWith (".ogg") || lower.endsWith (".flac") || lower.endsWith (".aif") || lower.endsWith (".aiff");
+}
+
+void WavConvertorThread::run()
+{
+    if (decodesItself (source))
+        decode();
+    else
+        sendToItunes();
+}
+
+void WavConvertorThread::decode()
+{
+    result = true;
+
+    const juce::File sourceFile (source);
+    const juce::File destinationFile (destination);
+
+    if (destinationFile.exists())
+        destinationFile.deleteFile();
+
+    auto input = sourceFile.createInputStream();
+    auto output = destinationFile.createOutputStream (convertorOutputBufferSize);
+
+    setStatusMessage (sourceFile.getFileNameWithoutExtension());
+
+    const auto lower = source.toLowerCase();
+    std::unique_ptr<juce::AudioFormat> sourceFormat;
+    if (lower.endsWith (".ogg"))
+        sourceFormat = std::make_unique<juce::OggVorbisAudioFormat>();
+    else if (lower.endsWith (".flac"))
+        sourceFormat = std::make_unique<juce::FlacAudioFormat>();
+    else
+        sourceFormat = std::make_unique<juce::AiffAudioFormat>();
+
+    // The reader owns the input stream from here on, even when it cannot be made.
+    std::unique_ptr<juce::AudioFormatReader> reader (
+        input != nullptr ? sourceFormat->createReaderFor (input.release(), true) : nullptr);
+
+    if (reader == nullptr || output == nullptr)
+    {
+        result = false;
+        return;
+    }
+
+    juce::WavAudioFormat wav;
+    std::unique_ptr<juce::AudioFormatWriter> writer (
+        wav.createWriterFor (output.get(), reader->sampleRate, 2, 16, juce::StringPairArray (true), 0));
+
+    if (writer == nullptr)
+    {
+        result = false;
+        return;
+    }
+
+    output.release(); // the writer owns it now
+
+    juce::HeapBlock<int> readLeft (convertorChunkSamples), readRight (convertorChunkSamples);
+    juce::HeapBlock<juce::int16> shortLeft (convertorChunkSamples), shortRight (convertorChunkSamples);
+    juce::HeapBlock<int> wideLeft (convertorChunkSamples + 1), wideRight (convertorChunkSamples + 1);
+
+    int* const readBuffers[] = { readLeft.get(), readRight.get() };
+    const int* readOutput[] = { readLeft.get(), readRight.get() };
+    const int* wideOutput[] = { wideLeft.get(), wideRight.get() };
+
+    const auto length = reader->lengthInSamples;
+
+    for (juce::int64 position = 0; position < length; position += convertorChunkSamples)
+    {
+        if (threadShouldExit())
+        {
+            reader.reset();
+            writer.reset();
+            destinationFile.deleteFile();
+            result = false;
+            return;
+        }
+
+        setProgress ((double) position / (double) length);
+
+        if (!reader->read (readBuffers, 2, position, convertorChunkSamples, true))
+        {
+            result = false;
+            break;
+        }
+
+        const auto count = (int) juce::jmin ((juce::int64) convertorChunkSamples, length - position);
+
+        if (reader->usesFloatingPointData)
+        {
+            // The buffers hold floats: bring them to 16 bits, then to the left-justified
+            // 32-bit integers the writer takes. A mono source fills both channels.
+            floatsToInt16 (reinterpret_cast<const float*> (readLeft.get()), shortLeft.get(), convertorChunkSamples);
+            const bool stereo = reader->numChannels >= 2;
+            if (stereo)
+                floatsToInt16 (reinterpret_cast<const float*> (readRight.get()), shortRight.get(),
+                               convertorChunkSamples);
+
+            const juce::int16* right = stereo ? shortRight.get() : shortLeft.get();
+            for (int i = 0; i < convertorChunkSamples; ++i)
+            {
+                wideLeft[i] = shortLeft[i] * 65536;
+                wideRight[i] = right[i] * 65536;
+            }
+
+            writer->write (wideOutput, count);
+        }
+        else
+        {
+            writer->write (readOutput, count);
+        }
+    }
+
+    setProgress (1.0);
+}
+
+void WavConvertorThread::sendToItunes()
+{
+    setStatusMessage ("Sending track to iTunes...");
+
+    auto bridge = std::make_unique<ITunesBridge>();
+    ITunesBridge::hideWindow();
+
+    if (bridge->prepareEncoder (format) == -1)
+    {
+        result = false;
+        bridge->restoreEncoder();
+        return;
+    }
+
+    ITunesBridge::hideWindow();
+    setProgress (1.0);
+
+    if (bridge->convertFile (source, destination) == -1)
+        return;
+
+    result = true;
+    ITunesBridge::hideWindow();
+    bridge->restoreEncoder();
+    ITunesBridge::hideWindow();
+    bridge.reset();
+
+    if (project->encodingDestination.isNotEmpty())
+    {
+        destination = ITunesBridge::moveToFinalName (destination, project);
+        if (destination.isEmpty())
+            result = false;
+    }
+}

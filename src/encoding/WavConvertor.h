@@ -1,0 +1,41 @@
+#pragma once
+
+#include "encoding/Convertor.h"
+
+#include <juce_gui_basics/juce_gui_basics.h>
+
+/** Makes a 16-bit stereo WAV file out of any other audio file: the program's way to get a file
+    that the track page and the other convertors can read. */
+class WavConvertor : public Convertor
+{
+public:
+    bool convert (juce::String source, juce::String destination, Project* project) override;
+};
+
+/**
+    The worker of WavConvertor. Ogg Vorbis, FLAC and AIFF sources are decoded here, at the
+    source's own sample rate; every other source goes to iTunes, which reads what the program
+    cannot.
+*/
+class WavConvertorThread : public juce::ThreadWithProgressWindow
+{
+public:
+    WavConvertorThread (const juce::String& source, const juce::String& destination, Project* project);
+
+    void run() override;
+
+    /** True when a source of this name is decoded here rather than sent to iTunes. */
+    static bool decodesItself (const juce::String& source);
+
+    Project* project;
+    juce::String source;
+    juce::String destination; // the iTunes path may move the file and change this
+    int format;               // the output format when the worker was made
+    bool result = false;
+
+private:
+    void decode();
+    void sendToItunes();
+
+    JUCE_DECLARE_NON_COPYABLE (WavConvertorThread)
+};

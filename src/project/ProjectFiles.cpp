@@ -1,0 +1,169 @@
+// The Project operations on files from outside the capture: files the user brings in, the
+// start of a new capture, and the one saved track list of an encode project.
+#include "project/Project.h"
+
+#include "app/Dialogs.h"
+#include "encoding/SaveElsewhere.h"
+#include "encoding/WavConvertor.h"
+
+namespace
+{
+/** The saved list's folder exists afterwards, unless the system refuses; a file standing in
+    its place is removed first. */
+void makeSureOfTrackListFolder()
+{
+    const auto folder = Project::savedTrackListFile().getParentDirectory();
+
+    if (folder.existsAsFile())
+        folder.deleteFile();
+
+    if (! folder.isDirectory())
+        folder.createDirectory();
+}
+} // namespace
+
+void Project::addTrackFile (const juce::String& path)
+{
+    const auto lower = path.toLowerCase();
+
+    if (lower.endsWith (".wav") || lower.endsWith (".ogg") || lower.endsWith (".flac") || lower.endsWith (".aif") ||
+        lower.endsWith (".aiff"))
+    {
+        // A file already in the list moves to its end.
+        removeTrackNamed (path);
+
+        int format = formatWav;
+        if (lower.endsWith (".ogg"))
+            format = formatOgg;
+        else if (lower.endsWith (".flac"))
+            format = formatFlac;
+        else if (lower.endsWith (".aiff") || lower.endsWith (".aif"))
+            format = formatAiff;
+
+        if (addTrack (path, format))
+            lastWrittenTrack = trackCount() + 1;
+
+        return;
+    }
+
+    if (! (lower.endsWith (".mp3") || lower.endsWith (".m4a")))
+        return;
+
+    // The track page edits only what it can read: these become WAV files first, at a place
+    // the user confirms.
+    auto wavPath = path.upToLastOccurrenceOf (".", false, false) + ".wav";
+    const auto keptFormat = outputFormat;
+    setOutputFormat (formatWav);
+
+    SaveElsewhere question{ juce::File(), juce::File (wavPath) };
+    wavPath = question.ask();
+
+    if (wavPath.isNotEmpty())
+    {
+        intermediateConversion = true;
+        auto convertor = std::make_unique<WavConvertor>();
+        const auto keptDestination = encodingDestination;
+        encodingDestination.clear();
+
+        if (convertor->convert (path, wavPath, this))
+        {
+            removeTrackNamed (wavPath);
+            if (addTrack (wavPath, formatWav))
+                lastWrittenTrack = trackCount() + 1;
+        }
+
+        encodingDestination = keptDestination;
+        intermediateConversion = false;
+    }
+
+    setOutputFormat (keptFormat);
+}
+
+void Project::resetForNewCapture()
+{
+    captureFolder = rootDirectory;
+    clearTracks();
+    lastWrittenTrack = 0;
+    firstTrackPending = -1;
+    trackCounter = 0;
+    captureStarted = true;
+}
+
+//==============================================================================
+juce::File Project::savedTrackListFile()
+{
+    return juce::File::getSpecialLocation (juce::File::userDocumentsDirectory)
+        .getChildFile ("Tonewell")
+        .getChildFile ("Groovesmith")
+        .getChildFile ("tracklist.gsp");
+}
+
+bool Project::savedTrackListExists() const
+{
+    return savedTrackListFile().existsAsFile();
+}
+
+void Project::saveTrackList()
+{
+    makeSureOfTrackListFolder();
+
+    const auto file = savedTrackListFile();
+    if (file.exists())
+        file.deleteFile();
+
+    auto stream = file.createOutputStream (32768);
+    if (stream == nullptr)
+        return;
+
+    for (const auto& track : tracks)
+        stream->writeText (track.path + "\n", false, false, "\r\n");
+}
+
+bool Project::loadSavedTrackList()
+{
+    makeSureOfTrackListFolder();
+
+    const auto file = savedTrackListFile();
+    if (! file.existsAsFile())
+        return false;
+
+    juce::String failures;
+
+    if (auto stream = file.createInputStream())
+    {
+        // The first empty line ends the list.
+        while (! stream->isExhausted())
+        {
+            const auto line = stream->readNextLine();
+            if (line.isEmpty())
+                break;
+
+            const auto path = juce::File::createLegalPathName (line);
+
+            if (juce::File::isAbsolutePath (path) && juce::File (path).existsAsFile())
+            {
+                addTrack (path, Track::formatOfPath (path));
+                ++lastWrittenTrack;
+            }
+            else
+            {
+                failures << path << "\n";
+            }
+        }
+    }
+
+    if (failures.isEmpty())
+        return file.deleteFile();
+
+    showError (translate ("Failed to load track(s) : ") + failures);
+    return false;
+}
+
+bool Project::deleteSavedTrackList()
+{
+    const auto file = savedTrackListFile();
+    if (! file.exists())
+        return false;
+
+    return file.deleteFile();
+}

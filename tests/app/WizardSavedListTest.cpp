@@ -1,0 +1,122 @@
+#include "app/ProjectPage.h"
+#include "support/WizardFixture.h"
+
+namespace
+{
+juce::File makeAudioFile (const juce::String& name)
+{
+    auto file = testHome().getChildFile (name);
+    file.replaceWithText ("audio");
+    return file;
+}
+
+void writeSavedList (const juce::StringArray& paths)
+{
+    auto file = Project::savedTrackListFile();
+    file.getParentDirectory().createDirectory();
+    file.replaceWithText (paths.joinIntoString ("\r\n") + "\r\n");
+}
+} // namespace
+
+TEST_F (WizardTest, anEncodeWithNoSavedListAsksNothing)
+{
+    click (wizard->projectPage->encodeButton);
+    next();
+    EXPECT_EQ (MainComponent::currentPage, 4);
+    EXPECT_TRUE (dialogs.alerts().empty());
+}
+
+TEST_F (WizardTest, aSavedListIsOfferedAboveTheTrackPageAndLoaded)
+{
+    const auto first = makeAudioFile ("one.wav");
+    const auto second = makeAudioFile ("two.flac");
+    writeSavedList ({ first.getFullPathName(), second.getFullPathName() });
+
+    dialogs.onAlert = [] (const FakeDialogs::Alert&) { EXPECT_EQ (MainComponent::currentPage, 4); };
+    dialogs.answer ("Load it");
+    click (wizard->projectPage->encodeButton);
+    next();
+
+    ASSERT_EQ (dialogs.alerts().size(), 1u);
+    const auto alert = dialogs.alerts()[0];
+    EXPECT_EQ (alert.icon, juce::MessageBoxIconType::InfoIcon);
+    EXPECT_EQ (alert.title, "Saved track list found");
+    EXPECT_EQ (alert.message, "What do you want to do with it ?");
+    EXPECT_EQ (alert.buttons, juce::StringArray ({ "Load it", "Delete it", "Nothing" }));
+
+    ASSERT_EQ (project().trackCount(), 2);
+    EXPECT_EQ (project().trackPath (0), first.getFullPathName());
+    EXPECT_EQ (project().trackFormat (1), formatFlac);
+    EXPECT_TRUE (wizard->backButton.isVisible());
+}
+
+TEST_F (WizardTest, nothingLeavesTheSavedListSoTheQuestionComesAgain)
+{
+    writeSavedList ({ makeAudioFile ("one.wav").getFullPathName() });
+    click (wizard->projectPage->encodeButton);
+
+    dialogs.answer ("Nothing");
+    next();
+    EXPECT_TRUE (Project::savedTrackListFile().existsAsFile());
+    EXPECT_EQ (project().trackCount(), 0);
+
+    back();
+    dialogs.answer ("Delete it");
+    next();
+    EXPECT_EQ (dialogs.alerts().size(), 2u);
+    EXPECT_FALSE (Project::savedTrackListFile().exists());
+
+    back();
+    next();
+    EXPECT_EQ (dialogs.alerts().size(), 2u);
+}
+
+TEST_F (WizardTest, aRipNeverLooksAtTheSavedList)
+{
+    writeSavedList ({ makeAudioFile ("one.wav").getFullPathName() });
+    next();
+    EXPECT_TRUE (dialogs.alerts().empty());
+}
+
+TEST_F (WizardTest, cancelInAnEncodeCanSaveTheListForNextTime)
+{
+    project().projectType = encodeProject;
+    const auto track = makeAudioFile ("song.ogg");
+    project().addTrack (track.getFullPathName(), formatOgg);
+
+    dialogs.answer ("Yes");
+    click (wizard->cancelButton);
+
+    EXPECT_EQ (quitCount, 1);
+    EXPECT_EQ (Project::savedTrackListFile().loadFileAsString(), track.getFullPathName() + "\r\n");
+}
+
+TEST_F (WizardTest, filesDroppedOnTheTrackPageJoinTheListInNameOrder)
+{
+    click (wizard->projectPage->encodeButton);
+    next();
+    const auto b = makeAudioFile ("b.wav");
+    const auto a = makeAudioFile ("A.flac");
+    const auto c = makeAudioFile ("c.aiff");
+    const auto text = makeAudioFile ("notes.txt");
+
+    wizard->filesDropped ({ c.getFullPathName(), text.getFullPathName(), b.getFullPathName(), a.getFullPathName() },
+                          100, 100);
+
+    ASSERT_EQ (project().trackCount(), 3);
+    EXPECT_EQ (project().trackPath (0), a.getFullPathName());
+    EXPECT_EQ (project().trackPath (1), b.getFullPathName());
+    EXPECT_EQ (project().trackPath (2), c.getFullPathName());
+    EXPECT_EQ (project().trackFormat (2), formatAiff);
+}
+
+TEST_F (WizardTest, filesDroppedElsewhereAreIgnored)
+{
+    const auto file = makeAudioFile ("b.wav");
+    for (int page = 0; page < 4; ++page)
+    {
+        wizard->filesDropped ({ file.getFullPathName() }, 10, 10);
+        next();
+    }
+    EXPECT_EQ (project().trackCount(), 0);
+}

@@ -1,0 +1,306 @@
+// The preview player: what reaches the sound card when a file plays, pauses, stops and is let go.
+#include "PlaybackFixture.h"
+
+using namespace playback_test;
+
+TEST_F (PlaybackTest, aFilePlaysItsOwnSamplesOnBothOutputsUntilItsEnd)
+{
+    const auto sound = rampSound (8000);
+    auto& reader = newReader();
+
+    reader.play (writeWav ("ramp.wav", sound, 44100.0), 0.0);
+    EXPECT_TRUE (reader.isPlaying());
+    EXPECT_EQ (reader.getPosition(), 0);
+    EXPECT_EQ (reader.getTotalLength(), 8000.0);
+    EXPECT_EQ (reader.getSampleRate(), 44100.0);
+
+    const auto output = device->runBlocks (20);
+    expectSound (output, 0, sound, 0, 8000);
+
+    juce::AudioBuffer<float> after (2, output.getNumSamples() - 8000);
+    for (int channel = 0; channel < 2; ++channel)
+        after.copyFrom (channel, 0, output, channel, 8000, after.getNumSamples());
+    EXPECT_TRUE (isSilent (after));
+
+    EXPECT_FALSE (reader.isPlaying()); // finished
+    EXPECT_TRUE (isSilent (device->runBlocks (2)));
+}
+
+TEST_F (PlaybackTest, aNewPlayerPlaysNothingAndKnowsNoFile)
+{
+    auto& reader = newReader();
+
+    EXPECT_FALSE (reader.isPlaying());
+    EXPECT_EQ (reader.getPosition(), 0);
+    EXPECT_EQ (reader.getTotalLength(), 0.0);
+    EXPECT_EQ (reader.getSampleRate(), 44100.0);
+    EXPECT_FALSE (reader.isPaused());
+    EXPECT_EQ (reader.getPausePosition(), -1.0);
+    EXPECT_TRUE (isSilent (device->runBlocks (4)));
+}
+
+TEST_F (PlaybackTest, aFileAtAnotherRateThanTheDevicesKeepsItsPitch)
+{
+    // 1000 Hz recorded at 48000 Hz, played on a device running at 44100 Hz.
+    const auto sound = sineSound (11025, 1000.0, 48000.0);
+    auto& reader = newReader();
+    reader.play (writeWav ("sine48k.wav", sound, 48000.0), 0.0);
+
+    EXPECT_EQ (reader.getSampleRate(), 48000.0);
+    // The device counts the file's length in its own samples.
+    EXPECT_NEAR (reader.getTotalLength(), 11025.0 * 44100.0 / 48000.0, 1.0);
+
+    const auto output = device->runBlocks (16);
+    const int length = output.getNumSamples() - 64;
+    const double expectedChanges = 2.0 * 1000.0 * length / 44100.0; // about 369
+    const double untoldRateChanges = expectedChanges * 44100.0 / 48000.0;
+    EXPECT_NEAR (signChanges (output, 0, 64, length), expectedChanges, 3.0);
+    EXPECT_NEAR (signChanges (output, 1, 64, length), expectedChanges, 3.0);
+    EXPECT_GT (std::abs (signChanges (output, 0, 64, length) - untoldRateChanges), 20.0);
+    EXPECT_GT (output.getMagnitude (0, 64, length), 0.45f);
+}
+
+TEST_F (PlaybackTest, aFileAtTheDevicesOtherRateKeepsItsPitchToo)
+{
+    setDeviceRate (48000.0);
+    const auto sound = sineSound (11025, 441.0, 22050.0);
+    auto& reader = newReader();
+    reader.play (writeWav ("sine22k.wav", sound, 22050.0), 0.0);
+
+    EXPECT_EQ (reader.getSampleRate(), 22050.0);
+    const auto output = device->runBlocks (32);
+    const int length = output.getNumSamples() - 64;
+    EXPECT_NEAR (signChanges (output, 0, 64, length), 2.0 * 441.0 * length / 48000.0, 3.0);
+}
+
+TEST_F (PlaybackTest, playingFromAPositionStartsAtThatSampleTruncated)
+{
+    const auto sound = rampSound (8000);
+    auto& reader = newReader();
+    reader.play (writeWav ("ramp.wav", sound, 44100.0), 4000.7);
+
+    EXPECT_TRUE (reader.isPlaying());
+    EXPECT_EQ (reader.getPosition(), 4000);
+
+    const auto output = device->runBlocks (4);
+    expectSound (output, 0, sound, 4000, 2048);
+}
+
+TEST_F (PlaybackTest, settingThePositionMovesThePlayTruncated)
+{
+    const auto sound = rampSound (10000);
+    auto& reader = newReader();
+    reader.play (writeWav ("ramp.wav", sound, 44100.0), 0.0);
+
+    reader.setPosition (5000.9);
+    EXPECT_EQ (reader.getPosition(), 5000);
+
+    const auto output = device->runBlocks (2);
+    expectSound (output, 0, sound, 5000, 1024);
+}
+
+TEST_F (PlaybackTest, aPauseKeepsThePositionAndSilencesTheOutput)
+{
+    const auto sound = rampSound (8000);
+    auto& reader = newReader();
+    reader.play (writeWav ("ramp.wav", sound, 44100.0), 0.0);
+    device->runBlocks (4);
+    const auto position = reader.getPosition();
+    ASSERT_GT (position, 2000);
+
+    {
+        auto blocks = device->runBlocksInBackground();
+        reader.togglePause();
+    }
+
+    EXPECT_FALSE (reader.isPlaying());
+    EXPECT_EQ (reader.getPausePosition(), (double) position);
+    EXPECT_FALSE (reader.isPaused()); // the owner's mark is the owner's to set
+    EXPECT_TRUE (isSilent (device->runBlocks (4)));
+}
+
+TEST_F (PlaybackTest, aResumeTakesThePausedSamplesForSecondsAndDoesNotComeBackToThePlace)
+{
+    const auto sound = rampSound (8000);
+    auto& reader = newReader();
+    reader.play (writeWav ("ramp.wav", sound, 44100.0), 0.0);
+    device->runBlocks (4);
+    const auto position = reader.getPosition();
+
+    {
+        auto blocks = device->runBlocksInBackground();
+        reader.togglePause();
+    }
+    ASSERT_EQ (reader.getPausePosition(), (double) position);
+
+    reader.togglePause();
+    EXPECT_EQ (reader.getPausePosition(), -1.0);
+    EXPECT_TRUE (reader.isPlaying());
+    // 2051 samples become 2051 seconds, far past the end of a file of 8000 samples.
+    EXPECT_EQ (reader.getPosition(), position * 44100);
+
+    EXPECT_TRUE (isSilent (device->runBlocks (4)));
+    EXPECT_FALSE (reader.isPlaying());
+}
+
+TEST_F (PlaybackTest, aPauseAtTheVeryStartResumesAtTheStart)
+{
+    // Zero samples are zero seconds: the one place a resume finds again.
+    const auto sound = rampSound (8000);
+    auto& reader = newReader();
+    reader.play (writeWav ("ramp.wav", sound, 44100.0), 0.0);
+
+    reader.togglePause(); // with no audio thread, the stop waits out the transport's own time-out
+    EXPECT_EQ (reader.getPausePosition(), 0.0);
+
+    reader.togglePause();
+    EXPECT_EQ (reader.getPosition(), 0);
+    const auto output = device->runBlocks (2);
+    expectSound (output, 0, sound, 0, 1024);
+}
+
+TEST_F (PlaybackTest, theOwnersPausedMarkChangesNothingInThePlay)
+{
+    const auto sound = rampSound (8000);
+    auto& reader = newReader();
+    reader.play (writeWav ("ramp.wav", sound, 44100.0), 0.0);
+
+    reader.setPaused (true);
+    EXPECT_TRUE (reader.isPaused());
+    EXPECT_TRUE (reader.isPlaying());
+    expectSound (device->runBlocks (2), 0, sound, 0, 1024);
+
+    reader.setPaused (false);
+    EXPECT_FALSE (reader.isPaused());
+}
+
+TEST_F (PlaybackTest, stopSilencesThePlay)
+{
+    const auto sound = rampSound (8000);
+    auto& reader = newReader();
+    reader.play (writeWav ("ramp.wav", sound, 44100.0), 0.0);
+    device->runBlocks (2);
+
+    {
+        auto blocks = device->runBlocksInBackground();
+        reader.stop();
+    }
+
+    EXPECT_FALSE (reader.isPlaying());
+    EXPECT_TRUE (isSilent (device->runBlocks (4)));
+}
+
+TEST_F (PlaybackTest, playingAnotherFileReplacesTheFirst)
+{
+    const auto first = rampSound (8000);
+    auto second = rampSound (6000);
+    for (auto& value : second.left)
+        value = -value;
+
+    auto& reader = newReader();
+    reader.play (writeWav ("first.wav", first, 44100.0), 0.0);
+    device->runBlocks (2);
+
+    reader.play (writeWav ("second.wav", second, 22050.0), 0.0);
+    EXPECT_TRUE (reader.isPlaying());
+    EXPECT_EQ (reader.getSampleRate(), 22050.0);
+    EXPECT_EQ (reader.getPosition(), 0);
+
+    const auto output = device->runBlocks (4);
+    // At half the device's rate every sample of the file lasts two of the device's.
+    const int changes = signChanges (output, 0, 0, output.getNumSamples());
+    EXPECT_EQ (changes, 0);
+    EXPECT_LT (output.getSample (0, 100), 0.0f);
+    EXPECT_NEAR (output.getSample (0, 200), second.leftAt (100), 0.002f);
+}
+
+TEST_F (PlaybackTest, anUnreadableFilePlaysNothingAndSaysNothing)
+{
+    const auto notSound = testHome().getChildFile ("notes.wav");
+    ASSERT_TRUE (notSound.replaceWithText ("this is not a sound file"));
+
+    auto& reader = newReader();
+    reader.play (notSound, 0.0);
+    EXPECT_FALSE (reader.isPlaying());
+    EXPECT_EQ (reader.getSampleRate(), 44100.0);
+    EXPECT_EQ (reader.getTotalLength(), 0.0);
+    EXPECT_TRUE (isSilent (device->runBlocks (4)));
+
+    auto& other = newReader();
+    other.play (testHome().getChildFile ("missing.wav"), 1000.0);
+    EXPECT_FALSE (other.isPlaying());
+    EXPECT_TRUE (isSilent (device->runBlocks (4)));
+
+    EXPECT_TRUE (dialogs.alerts().empty());
+}
+
+TEST_F (PlaybackTest, anUnreadableFileAfterAGoodOneStopsThePlayAndPlaysNothing)
+{
+    const auto notSound = testHome().getChildFile ("notes.wav");
+    ASSERT_TRUE (notSound.replaceWithText ("this is not a sound file"));
+
+    auto& reader = newReader();
+    reader.play (writeWav ("ramp.wav", rampSound (8000), 22050.0), 0.0);
+    device->runBlocks (2);
+
+    {
+        auto blocks = device->runBlocksInBackground();
+        reader.play (notSound, 0.0);
+    }
+    EXPECT_FALSE (reader.isPlaying());
+    EXPECT_EQ (reader.getTotalLength(), 0.0);
+    EXPECT_EQ (reader.getSampleRate(), 22050.0); // the last file started
+    EXPECT_TRUE (isSilent (device->runBlocks (4)));
+    EXPECT_TRUE (dialogs.alerts().empty());
+}
+
+TEST_F (PlaybackTest, aPlayerLetGoWhilePlayingLeavesTheDeviceSilentAndFreeForTheNext)
+{
+    const auto sound = rampSound (8000);
+    const auto file = writeWav ("ramp.wav", sound, 44100.0);
+    {
+        std::unique_ptr<TestDevice::BackgroundBlocks> blocks;
+        AudioReader reader (project.get());
+        reader.play (file, 0.0);
+        device->runBlocks (2);
+
+        // The reader is let go while it plays, with the audio thread running.
+        blocks = device->runBlocksInBackground();
+    }
+    EXPECT_TRUE (isSilent (device->runBlocks (4)));
+    EXPECT_TRUE (device->isPlaying());
+
+    auto& next = newReader();
+    next.play (file, 0.0);
+    expectSound (device->runBlocks (4), 0, sound, 0, 2048);
+}
+
+TEST_F (PlaybackTest, aPlayerThatNeverPlayedIsLetGoQuietly)
+{
+    {
+        AudioReader reader (project.get());
+    }
+    EXPECT_TRUE (isSilent (device->runBlocks (2)));
+    EXPECT_TRUE (device->isPlaying());
+}
+
+TEST_F (PlaybackTest, aNewPlayerDetachesTheOneBeforeIt)
+{
+    const auto first = rampSound (8000);
+    auto second = rampSound (8000);
+    for (auto& value : second.right)
+        value = -value;
+
+    auto& earlier = newReader();
+    earlier.play (writeWav ("first.wav", first, 44100.0), 0.0);
+    device->runBlocks (1);
+    const auto earlierPosition = earlier.getPosition();
+
+    auto& later = newReader();
+    EXPECT_TRUE (isSilent (device->runBlocks (2)));
+    EXPECT_EQ (earlier.getPosition(), earlierPosition);
+
+    later.play (writeWav ("second.wav", second, 44100.0), 0.0);
+    expectSound (device->runBlocks (2), 0, second, 0, 1024);
+    EXPECT_EQ (earlier.getPosition(), earlierPosition);
+}
