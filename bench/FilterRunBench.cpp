@@ -110,7 +110,7 @@ bool haveTrack (benchmark::State& state)
 
 static void filterRun (benchmark::State& state)
 {
-    if (!haveTrack (state))
+    if (! haveTrack (state))
         return;
 
     const auto juce = initialiseJuce();
@@ -140,7 +140,7 @@ BENCHMARK (filterRun)->Unit (benchmark::kSecond)->Iterations (1)->UseManualTime(
 
 static void resampler (benchmark::State& state)
 {
-    if (!haveTrack (state))
+    if (! haveTrack (state))
         return;
 
     const auto juce = initialiseJuce();
@@ -160,7 +160,7 @@ BENCHMARK (resampler)->Unit (benchmark::kSecond)->Iterations (1)->UseManualTime(
 
 static void split (benchmark::State& state)
 {
-    if (!haveTrack (state))
+    if (! haveTrack (state))
         return;
 
     const auto juce = initialiseJuce();
@@ -178,7 +178,7 @@ BENCHMARK (split)->Unit (benchmark::kSecond)->Iterations (1)->UseManualTime();
 
 static void merge (benchmark::State& state)
 {
-    if (!haveTrack (state))
+    if (! haveTrack (state))
         return;
 
     const auto juce = initialiseJuce();

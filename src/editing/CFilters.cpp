@@ -18,7 +18,7 @@ CFilters::~CFilters() = default;
 void CFilters::applyFilters (const char* inputPath, const char* outputPath, int denoiseThreshold,
                              int declickSensibility, bool normalize)
 {
-    if (!openInput (juce::File (juce::String::fromUTF8 (inputPath))))
+    if (! openInput (juce::File (juce::String::fromUTF8 (inputPath))))
     {
         showError ("Error while opening input file");
         return;
@@ -28,7 +28,7 @@ void CFilters::applyFilters (const char* inputPath, const char* outputPath, int 
     // the same file.
     const juce::File output (juce::String::fromUTF8 (outputPath));
 
-    if (!openOutput (output))
+    if (! openOutput (output))
     {
         showError ("Error while opening output file");
         return;
@@ -49,13 +49,13 @@ void CFilters::applyFilters (const char* inputPath, const char* outputPath, int 
     samples = nullptr;
     ownedSamples.free();
 
-    if (!finished)
+    if (! finished)
         output.deleteFile();
 }
 
 bool CFilters::openInput (const juce::File& input)
 {
-    if (!input.existsAsFile())
+    if (! input.existsAsFile())
         return false;
 
     auto stream = input.createInputStream();

@@ -11,11 +11,11 @@ FiltersProgressThread::FiltersProgressThread (bool /*normalizeAsked*/, int denoi
                                               int declickSensibilityToUse, float* samplesToUse, int numChannelsToUse,
                                               juce::AudioFormatWriter* writerToUse, int numSamplesToUse,
                                               Project* projectForTexts)
-    : CFilters (projectForTexts)
-    , juce::ThreadWithProgressWindow ("Applying filters...", true, true, 10000, "Cancel")
-    , denoiseThreshold (denoiseThresholdToUse)
-    , declickSensibility (declickSensibilityToUse)
-    , normalize (true) // a filter run always normalizes, whatever was asked
+    : CFilters (projectForTexts),
+      juce::ThreadWithProgressWindow ("Applying filters...", true, true, 10000, "Cancel"),
+      denoiseThreshold (denoiseThresholdToUse),
+      declickSensibility (declickSensibilityToUse),
+      normalize (true) // a filter run always normalizes, whatever was asked
 {
     samples = samplesToUse;
     numChannels = numChannelsToUse;
@@ -128,7 +128,7 @@ void FiltersProgressThread::run()
             right[i] = (int) ((juce::uint32) (juce::uint16) pcm[2 * i + 1] << 16);
         }
 
-        if (!writer->write (channels, 256))
+        if (! writer->write (channels, 256))
             break;
     }
 

@@ -7,7 +7,7 @@
 
 #include <cmath>
 
-#if !defined(GROOVESMITH_NO_SIMD) && (defined(__SSE2__) || defined(_M_X64) || (defined(_M_IX86_FP) && _M_IX86_FP >= 2))
+#if ! defined(GROOVESMITH_NO_SIMD) && (defined(__SSE2__) || defined(_M_X64) || (defined(_M_IX86_FP) && _M_IX86_FP >= 2))
 #define GROOVESMITH_FLOAT_VECTOR_SSE2 1
 #include <emmintrin.h>
 #else

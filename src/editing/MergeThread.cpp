@@ -5,13 +5,13 @@
 MergeThread::MergeThread (const juce::File& first, const juce::File& second, const juce::File& output,
                           Project* projectForTexts)
     : juce::ThreadWithProgressWindow (TrackStreaming::translate (projectForTexts, "Merging..."), true, true, 10000,
-                                      "Cancel")
-    , firstFile (first)
-    , secondFile (second)
-    , outputFile (output)
-    , transport (std::make_unique<juce::AudioTransportSource>())
-    , formatManager (std::make_unique<juce::AudioFormatManager>())
-    , project (projectForTexts)
+                                      "Cancel"),
+      firstFile (first),
+      secondFile (second),
+      outputFile (output),
+      transport (std::make_unique<juce::AudioTransportSource>()),
+      formatManager (std::make_unique<juce::AudioFormatManager>()),
+      project (projectForTexts)
 {
     formatManager->registerBasicFormats();
 }
@@ -56,7 +56,7 @@ bool MergeThread::copyReader (juce::AudioFormatWriter& output, juce::AudioSample
     const int n = buffer.getNumSamples();
     juce::int64 written = 0;
 
-    while (!threadShouldExit())
+    while (! threadShouldExit())
     {
         setProgress ((double) (lengthBefore + written) / (double) (lengthBefore + length));
         transport->getNextAudioBlock (block);
@@ -78,13 +78,13 @@ void MergeThread::run()
 {
     showStatus (appendingText (firstFile));
 
-    if (!firstFile.exists() || !secondFile.exists())
+    if (! firstFile.exists() || ! secondFile.exists())
         return;
 
     success = true;
     writer = TrackStreaming::createWriter (outputFile);
 
-    if (writer == nullptr || !openReader (firstFile))
+    if (writer == nullptr || ! openReader (firstFile))
     {
         success = false;
         return;
@@ -100,7 +100,7 @@ void MergeThread::run()
         showStatus (appendingText (secondFile));
         releaseReading();
 
-        if (!openReader (secondFile))
+        if (! openReader (secondFile))
         {
             // The output is left as it is, with the first file in it.
             success = false;
@@ -115,7 +115,7 @@ void MergeThread::run()
     releaseReading();
 
     // A cancel ends with the first input deleted, and success still true.
-    if (!complete)
+    if (! complete)
         firstFile.deleteFile();
 }
 

@@ -17,9 +17,9 @@ float RealFFT::tableCosine (int level, int i)
 }
 
 RealFFT::RealFFT (int lengthToUse)
-    : sqrt2Over2 ((float) std::sqrt (2.0) * 0.5f)
-    , length (lengthToUse)
-    , bitCount ((int) std::floor (std::log ((double) lengthToUse) / std::log (2.0) + 0.5))
+    : sqrt2Over2 ((float) std::sqrt (2.0) * 0.5f),
+      length (lengthToUse),
+      bitCount ((int) std::floor (std::log ((double) lengthToUse) / std::log (2.0) + 0.5))
 {
     jassert (length > 0 && juce::isPowerOfTwo (length));
 

@@ -4,13 +4,13 @@
 
 ResamplerThread::ResamplerThread (juce::File* input, juce::File* output, double ratioToUse, Project* projectForTexts)
     : juce::ThreadWithProgressWindow (TrackStreaming::translate (projectForTexts, "Resampling..."), true, true, 10000,
-                                      "Cancel")
-    , inputFile (input)
-    , success (input != nullptr)
-    , inPlace (output == nullptr)
-    , ratio (ratioToUse)
-    , transport (std::make_unique<juce::AudioTransportSource>())
-    , formatManager (std::make_unique<juce::AudioFormatManager>())
+                                      "Cancel"),
+      inputFile (input),
+      success (input != nullptr),
+      inPlace (output == nullptr),
+      ratio (ratioToUse),
+      transport (std::make_unique<juce::AudioTransportSource>()),
+      formatManager (std::make_unique<juce::AudioFormatManager>())
 {
     outputFile = inPlace ? juce::File::createTempFile (".wav") : *output;
     formatManager->registerBasicFormats();
@@ -36,7 +36,7 @@ void ResamplerThread::run()
 
     showStatus (inputFile->getFileNameWithoutExtension());
 
-    if (!inputFile->exists())
+    if (! inputFile->exists())
     {
         success = false;
         return;
@@ -71,7 +71,7 @@ void ResamplerThread::run()
     juce::int64 written = 0;
     bool complete = false;
 
-    while (!threadShouldExit())
+    while (! threadShouldExit())
     {
         setProgress ((double) written / length);
         transport->getNextAudioBlock (block);
@@ -88,7 +88,7 @@ void ResamplerThread::run()
     writer.reset();
     releaseReading();
 
-    if (!complete)
+    if (! complete)
     {
         outputFile.deleteFile();
         inputFile->deleteFile();

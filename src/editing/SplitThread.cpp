@@ -5,14 +5,14 @@
 SplitThread::SplitThread (const juce::File& source, double seconds, const juce::File& start, const juce::File& end,
                           Project* projectForTexts)
     : juce::ThreadWithProgressWindow (TrackStreaming::translate (projectForTexts, "Splitting..."), true, true, 10000,
-                                      "Cancel")
-    , sourceFile (source)
-    , startFile (start)
-    , endFile (end)
-    , splitPosition (seconds)
-    , transport (std::make_unique<juce::AudioTransportSource>())
-    , formatManager (std::make_unique<juce::AudioFormatManager>())
-    , project (projectForTexts)
+                                      "Cancel"),
+      sourceFile (source),
+      startFile (start),
+      endFile (end),
+      splitPosition (seconds),
+      transport (std::make_unique<juce::AudioTransportSource>()),
+      formatManager (std::make_unique<juce::AudioFormatManager>()),
+      project (projectForTexts)
 {
     formatManager->registerBasicFormats();
 }
@@ -48,7 +48,7 @@ juce::String SplitThread::positionText (double sampleNumber, double rate)
 
 void SplitThread::run()
 {
-    if (!sourceFile.exists())
+    if (! sourceFile.exists())
     {
         success = false;
         return;
@@ -86,7 +86,7 @@ void SplitThread::run()
     double count = 0.0;
 
     // What lies before the position.
-    while (!threadShouldExit())
+    while (! threadShouldExit())
     {
         setProgress (count / length);
         transport->getNextAudioBlock (block);
@@ -130,7 +130,7 @@ void SplitThread::run()
     // What lies after it, in whole blocks.
     buffer.clear();
 
-    while (!threadShouldExit())
+    while (! threadShouldExit())
     {
         setProgress (count / length);
         transport->getNextAudioBlock (block);

@@ -188,7 +188,7 @@ TEST (Declicker, aClickRunningPastTheBlockEndIsRampedTowardsWhereItWillEndAndFin
         ratios = detectorRatios (freshDeclicker (threshold), input);
         const auto found = detections (ratios, threshold, 0, 768);
 
-        if (!found.empty() && found.back() >= 243 && found.back() < 250 && found.front() > 60)
+        if (! found.empty() && found.back() >= 243 && found.back() < 250 && found.front() > 60)
             clickStart = start;
     }
 
@@ -246,7 +246,7 @@ TEST (Declicker, aClickFirstDetectedAtIndexZeroAfterACleanBlockStaysRawUndelayed
         input = toneWithClicks (256 * 3, { start });
         found = detections (detectorRatios (freshDeclicker (threshold), input), threshold, 0, 768);
 
-        if (!found.empty() && found.front() == 256)
+        if (! found.empty() && found.front() == 256)
             break;
     }
 

@@ -289,7 +289,7 @@ TEST (FloatVector, everyLaneOperationMatchesThePlainArrayForm)
         fast.store (lanes);
 
         for (int i = 0; i < 4; ++i)
-            if (!(lanes[i] == plain.v[i] || (std::isnan (lanes[i]) && std::isnan (plain.v[i]))))
+            if (! (lanes[i] == plain.v[i] || (std::isnan (lanes[i]) && std::isnan (plain.v[i]))))
                 return false;
 
         return true;

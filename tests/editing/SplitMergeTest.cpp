@@ -284,8 +284,8 @@ TEST (Split, theCancelButtonStopsASplit)
     WavFiles::watchReading (*worker.formatManager,
                             [&] (int, juce::int64 readEnd)
                             {
-                                if (readEnd > 200000 && !reached.exchange (true))
-                                    for (int i = 0; i < 20000 && !worker.threadShouldExit(); ++i)
+                                if (readEnd > 200000 && ! reached.exchange (true))
+                                    for (int i = 0; i < 20000 && ! worker.threadShouldExit(); ++i)
                                         juce::Thread::sleep (1);
                             });
     WavFiles::CancelWhen cancel ([&] { return reached.load(); });

@@ -124,8 +124,8 @@ class CancelWhen : private juce::Timer
 {
 public:
     explicit CancelWhen (std::function<bool()> conditionToWaitFor, juce::Thread* workerToSignal = nullptr)
-        : condition (std::move (conditionToWaitFor))
-        , worker (workerToSignal)
+        : condition (std::move (conditionToWaitFor)),
+          worker (workerToSignal)
     {
         startTimer (1);
     }
@@ -138,7 +138,7 @@ public:
 private:
     void timerCallback() override
     {
-        if (pressed || !condition())
+        if (pressed || ! condition())
             return;
 
         if (auto* window = dynamic_cast<juce::AlertWindow*> (juce::Component::getCurrentlyModalComponent()))
@@ -170,10 +170,10 @@ public:
     using Callback = std::function<void (int readerIndex, juce::int64 readEnd)>;
 
     WatchedReader (std::unique_ptr<juce::AudioFormatReader> source, int index, Callback callbackToUse)
-        : juce::AudioFormatReader (nullptr, source->getFormatName())
-        , inner (std::move (source))
-        , readerIndex (index)
-        , callback (std::move (callbackToUse))
+        : juce::AudioFormatReader (nullptr, source->getFormatName()),
+          inner (std::move (source)),
+          readerIndex (index),
+          callback (std::move (callbackToUse))
     {
         sampleRate = inner->sampleRate;
         bitsPerSample = inner->bitsPerSample;
@@ -236,7 +236,7 @@ inline WatchedReader::Callback exitAfter (juce::Thread& worker, int index, juce:
 {
     return [&worker, index, frame, &asked] (int reader, juce::int64 readEnd)
     {
-        if (reader == index && readEnd > frame && !asked.exchange (true))
+        if (reader == index && readEnd > frame && ! asked.exchange (true))
             worker.signalThreadShouldExit();
     };
 }
