@@ -42,3 +42,6 @@ void setupDeclicker (DeclickerState& state, double sampleRate);
 
 /** Repairs one block of 256 samples in place. */
 void processDeclicker (DeclickerState& state, float* block);
+
+/** processDeclicker on two channels' blocks at once, with the same results. */
+void processDeclickerPair (DeclickerState& first, float* firstBlock, DeclickerState& second, float* secondBlock);

@@ -77,7 +77,7 @@ void FiltersProgressThread::run()
         denoisers[channel]->threshold = (float) (denoiseThreshold / 100.0);
     }
 
-    float work[256];
+    juce::HeapBlock<float> work ((size_t) numChannels * 256);
     juce::HeapBlock<float> outputBlock ((size_t) std::max (512, numChannels * 256), true);
     juce::int16 pcm[512];
     int left[256], right[256];
@@ -100,22 +100,26 @@ void FiltersProgressThread::run()
         const float* in = samples + start;
 
         for (int channel = 0; channel < numChannels; ++channel)
+            for (int i = 0; i < 256; ++i)
+                work[channel * 256 + i] = in[i * numChannels + channel];
+
+        // Per channel: declicker, then denoiser. The channels never meet, so a stereo pair's
+        // declickers run side by side.
+        if (declickSensibility != -1)
         {
-            for (int i = 0; i < 256; ++i)
-                work[i] = in[i * numChannels + channel];
-
-            if (channel < filteredChannels)
-            {
-                if (declickSensibility != -1)
-                    processDeclicker (*declickers[channel], work);
-
-                if (denoiseThreshold != -1)
-                    processDenoiser (*denoisers[channel], work);
-            }
-
-            for (int i = 0; i < 256; ++i)
-                outputBlock[i * numChannels + channel] = work[i] * 0.800000011920929f;
+            if (filteredChannels == 2)
+                processDeclickerPair (*declickers[0], work, *declickers[1], work + 256);
+            else if (filteredChannels == 1)
+                processDeclicker (*declickers[0], work);
         }
+
+        if (denoiseThreshold != -1)
+            for (int channel = 0; channel < filteredChannels; ++channel)
+                processDenoiser (*denoisers[channel], work + channel * 256);
+
+        for (int channel = 0; channel < numChannels; ++channel)
+            for (int i = 0; i < 256; ++i)
+                outputBlock[i * numChannels + channel] = work[channel * 256 + i] * 0.800000011920929f;
 
         // The write path is stereo: 512 values, split into left and right in the top 16 bits.
         JUCE_BEGIN_IGNORE_WARNINGS_GCC_LIKE ("-Wdeprecated-declarations")

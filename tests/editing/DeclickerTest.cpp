@@ -361,3 +361,29 @@ TEST (Declicker, aNanRatioCountsAsClean)
             ASSERT_EQ (output[n], input[n - 52]) << n;
     }
 }
+
+TEST (Declicker, twoChannelsSideBySideGiveWhatEachGivesAlone)
+{
+    const auto left = toneWithClicks (256 * 12, { 300, 700, 1500, 2800 });
+    auto right = toneWithClicks (256 * 12, { 511, 1900 });
+
+    for (size_t n = 0; n < right.size(); ++n)
+        right[n] *= 0.7f;
+
+    auto aloneLeft = freshDeclicker (1.2f), aloneRight = freshDeclicker (1.2f);
+    auto pairLeft = freshDeclicker (1.2f), pairRight = freshDeclicker (1.2f);
+    auto a = left, b = right, c = left, d = right;
+
+    for (size_t start = 0; start < left.size(); start += 256)
+    {
+        processDeclicker (aloneLeft, a.data() + start);
+        processDeclicker (aloneRight, b.data() + start);
+        processDeclickerPair (pairLeft, c.data() + start, pairRight, d.data() + start);
+    }
+
+    EXPECT_EQ (a, c);
+    EXPECT_EQ (b, d);
+    EXPECT_EQ (pairLeft.hold, aloneLeft.hold);
+    EXPECT_EQ (pairRight.lastGoodValue, aloneRight.lastGoodValue);
+    EXPECT_NE (a, left); // something was repaired
+}
