@@ -38,16 +38,16 @@ void Audio::deleteInstance()
 }
 
 Audio::Audio (Project* projectToUse)
-    : juce::Thread ("Audio")
-    , project (projectToUse)
-    , status (std::make_unique<CaptureStatus>())
+    : juce::Thread ("Audio"),
+      project (projectToUse),
+      status (std::make_unique<CaptureStatus>())
 {
 }
 
 Audio::~Audio()
 {
     signalThreadShouldExit();
-    notify();
+    wakeUp.signal();
     stopThread (2 * settleMilliseconds);
 
     // A run still going closes its file properly.
@@ -69,8 +69,9 @@ bool Audio::start (bool shouldWriteToDisk)
     // A run that was never stopped is ended first, and the thread of the last run is let go.
     stop();
     signalThreadShouldExit();
-    notify();
+    wakeUp.signal();
     stopThread (-1);
+    wakeUp.reset();
 
     writeToDisk = shouldWriteToDisk;
     status->writeToDisk = shouldWriteToDisk;
@@ -122,7 +123,7 @@ void Audio::stop()
 {
     const juce::ScopedLock sl (stopLock);
 
-    if (! started || (status->phase != CaptureStatus::running && status->phase != CaptureStatus::stopRequested))
+    if (!started || (status->phase != CaptureStatus::running && status->phase != CaptureStatus::stopRequested))
         return;
 
     status->phase = CaptureStatus::stopped;
@@ -145,15 +146,15 @@ void Audio::stop()
 
 void Audio::run()
 {
-    while (status->phase == CaptureStatus::running && ! threadShouldExit())
-        wait (pollMilliseconds);
+    while (status->phase == CaptureStatus::running && !threadShouldExit())
+        wakeUp.wait (pollMilliseconds);
 
     if (threadShouldExit())
         return;
 
     // Lets the block in progress and any callback in flight settle.
-    wait (settleMilliseconds);
+    wakeUp.wait (settleMilliseconds);
 
-    if (! threadShouldExit() && status->phase == CaptureStatus::stopRequested)
+    if (!threadShouldExit() && status->phase == CaptureStatus::stopRequested)
         stop();
 }

@@ -65,6 +65,7 @@ private:
     std::unique_ptr<CaptureStatus> status;
     bool started = false;
     juce::CriticalSection stopLock; // the page and the thread may both end a run
+    juce::WaitableEvent wakeUp;     // cuts the thread's waits short when it has to go
 
     JUCE_DECLARE_NON_COPYABLE (Audio)
 };

@@ -22,8 +22,8 @@ constexpr int calibrationMargin = 5;
 } // namespace
 
 AudioCallback::AudioCallback (CaptureStatus* statusToUse, int deviceSampleRate)
-    : status (statusToUse)
-    , sampleRate (deviceSampleRate)
+    : status (statusToUse),
+      sampleRate (deviceSampleRate)
 {
 }
 
@@ -71,8 +71,8 @@ void AudioCallback::audioDeviceStopped()
     riaaRight.reset();
 }
 
-void AudioCallback::audioDeviceIOCallbackWithContext (const float* const* inputs, int numInputs,
-                                                      float* const* outputs, int numOutputs, int numSamples,
+void AudioCallback::audioDeviceIOCallbackWithContext (const float* const* inputs, int numInputs, float* const* outputs,
+                                                      int numOutputs, int numSamples,
                                                       const juce::AudioIODeviceCallbackContext&)
 {
     audioDeviceIOCallback (inputs, numInputs, outputs, numOutputs, numSamples);
@@ -151,7 +151,7 @@ void AudioCallback::audioDeviceIOCallback (const float* const* inputs, int numIn
             rumbleRight->processSamples (channels[1], numSamples);
     }
 
-    if (! project->preamp && riaaLeft != nullptr)
+    if (!project->preamp && riaaLeft != nullptr)
     {
         riaaLeft->processInPlace (channels[0], numSamples);
         if (stereo)
@@ -199,7 +199,7 @@ void AudioCallback::audioDeviceIOCallback (const float* const* inputs, int numIn
         status->phase = CaptureStatus::stopRequested;
     }
 
-    if (! status->writeToDisk)
+    if (!status->writeToDisk)
         return;
 
     auto* writer = TrackWriter::getInstance (project->captureFolder, -1, sampleRate);

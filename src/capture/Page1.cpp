@@ -5,6 +5,4 @@ Page1::Page1 (Project* projectToUse)
 {
 }
 
-void Page1::resized()
-{
-}
+void Page1::resized() {}

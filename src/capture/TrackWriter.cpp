@@ -38,9 +38,9 @@ void TrackWriter::deleteInstance()
 }
 
 TrackWriter::TrackWriter (const juce::String& folderToUse, int firstTrackNumber, int rate)
-    : trackNumber (juce::jmax (1, firstTrackNumber))
-    , folder (folderToUse)
-    , sampleRate (rate)
+    : trackNumber (juce::jmax (1, firstTrackNumber)),
+      folder (folderToUse),
+      sampleRate (rate)
 {
 }
 
