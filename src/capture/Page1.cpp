@@ -5,4 +5,6 @@ Page1::Page1 (Project* projectToUse)
 {
 }
 
-void Page1::resized() {}
+void Page1::resized()
+{
+}
