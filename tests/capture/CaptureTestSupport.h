@@ -192,6 +192,9 @@ struct WavContents
 inline WavContents readWav (const juce::File& file)
 {
     WavContents contents;
+    if (!file.existsAsFile())
+        return contents;
+
     juce::WavAudioFormat wav;
     std::unique_ptr<juce::AudioFormatReader> reader (wav.createReaderFor (file.createInputStream().release(), true));
     if (reader == nullptr)
