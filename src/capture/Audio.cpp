@@ -1,0 +1,160 @@
+#include "capture/Audio.h"
+
+#include "capture/TrackWriter.h"
+#include "project/Project.h"
+
+namespace
+{
+std::unique_ptr<Audio>& instance()
+{
+    static std::unique_ptr<Audio> audio;
+    return audio;
+}
+
+constexpr int pollMilliseconds = 100;
+constexpr int settleMilliseconds = 500;
+} // namespace
+
+Audio* Audio::getInstance (Project* project, juce::ActionListener* listener)
+{
+    auto& current = instance();
+    if (current == nullptr)
+        current.reset (new Audio (project));
+
+    if (listener != nullptr)
+        current->addActionListener (listener);
+
+    return current.get();
+}
+
+Audio* Audio::getInstance()
+{
+    return instance().get();
+}
+
+void Audio::deleteInstance()
+{
+    instance().reset();
+}
+
+Audio::Audio (Project* projectToUse)
+    : juce::Thread ("Audio"),
+      project (projectToUse),
+      status (std::make_unique<CaptureStatus>())
+{
+}
+
+Audio::~Audio()
+{
+    signalThreadShouldExit();
+    wakeUp.signal();
+    stopThread (2 * settleMilliseconds);
+
+    // A run still going closes its file properly.
+    stop();
+
+    if (callback != nullptr && project != nullptr)
+        project->removeAudioCallback (callback.get());
+}
+
+bool Audio::start (bool shouldWriteToDisk)
+{
+    auto* device = project->getCurrentAudioDevice();
+    if (device == nullptr)
+        return false;
+
+    const int rate = static_cast<int> (device->getCurrentSampleRate());
+    const int bufferSize = juce::jmax (1, device->getCurrentBufferSizeSamples());
+
+    // A run that was never stopped is ended first, and the thread of the last run is let go.
+    stop();
+    signalThreadShouldExit();
+    wakeUp.signal();
+    stopThread (-1);
+    wakeUp.reset();
+
+    writeToDisk = shouldWriteToDisk;
+    status->writeToDisk = shouldWriteToDisk;
+    status->phase = CaptureStatus::running;
+    status->project = project;
+
+    status->stopSilenceBlocks = project->silenceLength * rate / bufferSize;
+    status->minSilenceBlocks = project->minSilence * rate / bufferSize;
+    status->silentBlocks = 0;
+    status->soundSamples = 0;
+    status->inTrack = false;
+    status->trackBlocks = 0;
+
+    if (auto* writer = TrackWriter::getInstance ({}, 0, 0))
+        writer->close();
+
+    // A new capture, or more tracks for the list: numbering goes on after what the list holds.
+    if (project->firstTrackPending <= 0)
+    {
+        int number = project->trackCount();
+        if (number <= project->trackCounter)
+            number = project->trackCounter + 1;
+
+        if (auto* writer = TrackWriter::getInstance (project->captureFolder, number, rate))
+        {
+            if (writer->getTrackNumber() == 0)
+                writer->advance (1);
+            else
+                writer->close();
+        }
+    }
+
+    project->firstTrackPending = 1;
+
+    if (callback == nullptr)
+        callback = std::make_unique<AudioCallback> (status.get(), rate);
+
+    // The device that Project opened keeps running; the callback joins it.
+    project->addAudioCallback (callback.get());
+    if (project->getCurrentAudioDevice() != nullptr)
+        startThread();
+
+    sendActionMessage (eventStarted);
+    started = true;
+    return true;
+}
+
+void Audio::stop()
+{
+    const juce::ScopedLock sl (stopLock);
+
+    if (!started || (status->phase != CaptureStatus::running && status->phase != CaptureStatus::stopRequested))
+        return;
+
+    status->phase = CaptureStatus::stopped;
+
+    // Once the callback is detached no block is in flight, and the writer is ours.
+    if (callback != nullptr)
+        project->removeAudioCallback (callback.get());
+
+    auto* writer = TrackWriter::getInstance ({}, 0, 0);
+    if (writeToDisk && writer != nullptr && writer->getFileName().isNotEmpty())
+    {
+        project->lastWrittenTrack = writer->getTrackNumber();
+        project->addTrack (writer->getFileName(), formatWav);
+        writer->close();
+    }
+
+    sendActionMessage (eventEnd);
+    started = false;
+}
+
+void Audio::run()
+{
+    while (status->phase == CaptureStatus::running && !threadShouldExit())
+        wakeUp.wait (pollMilliseconds);
+
+    if (threadShouldExit())
+        return;
+
+    // Lets the block in progress and any callback in flight settle.
+    wakeUp.wait (settleMilliseconds);
+
+    if (!threadShouldExit() && status->phase == CaptureStatus::stopRequested)
+        stop();
+}

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "capture/AudioCallback.h"
+#include "capture/CaptureStatus.h"
+
+#include <juce_events/juce_events.h>
+
+#include <memory>
+
+class Project;
+
+/**
+    The control object of the capture engine. `start` attaches the audio callback to the
+    device that `Project` opened; `stop` detaches it, closes the last file and puts it in the
+    track list. The object's own thread only waits for the callback to ask for the end of a run
+    and then stops it from outside the callback.
+
+    Listeners receive the capture events, on the message thread and in order: "STARTED",
+    "TRACK", "TRACK TIME " followed by the samples already in the current file, "STALED",
+    "ERROR" and "END".
+*/
+class Audio : public juce::Thread, public juce::ActionBroadcaster
+{
+public:
+    /** The process's capture engine, made on first use; `listener`, when given, is added. */
+    static Audio* getInstance (Project* project, juce::ActionListener* listener);
+
+    /** The engine, or null when none was made. */
+    static Audio* getInstance();
+
+    /** Stops and deletes the engine, at the end of the program. */
+    static void deleteInstance();
+
+    ~Audio() override;
+
+    /** Begins a run on the current device: with `writeToDisk` a capture, otherwise a level
+        test or a calibration. False, with no event, when there is no device. */
+    bool start (bool writeToDisk);
+
+    /** Ends the run in progress; nothing when there is none or it has already ended. */
+    void stop();
+
+    void run() override;
+
+    bool isStarted() const { return started; }
+    bool isWritingToDisk() const { return writeToDisk; }
+    CaptureStatus& getStatus() { return *status; }
+
+    /** The audio callback, made by the first run. */
+    AudioCallback* getCallback() const { return callback.get(); }
+
+    static constexpr const char* eventStarted = "STARTED";
+    static constexpr const char* eventTrack = "TRACK";
+    static constexpr const char* eventTrackTime = "TRACK TIME ";
+    static constexpr const char* eventStaled = "STALED";
+    static constexpr const char* eventError = "ERROR";
+    static constexpr const char* eventEnd = "END";
+
+private:
+    explicit Audio (Project* project);
+
+    Project* project = nullptr;
+    bool writeToDisk = false;
+    std::unique_ptr<AudioCallback> callback;
+    std::unique_ptr<CaptureStatus> status;
+    bool started = false;
+    juce::CriticalSection stopLock; // the page and the thread may both end a run
+    juce::WaitableEvent wakeUp;     // cuts the thread's waits short when it has to go
+
+    JUCE_DECLARE_NON_COPYABLE (Audio)
+};

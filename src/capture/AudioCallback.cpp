@@ -1,0 +1,291 @@
+#include "capture/AudioCallback.h"
+
+#include "app/Dialogs.h"
+#include "capture/Audio.h"
+#include "capture/TrackWriter.h"
+#include "project/Project.h"
+
+#include <cmath>
+#include <cstdio>
+
+namespace
+{
+// Callbacks in a row that found the same millisecond as the one before: a stream that delivers
+// blocks faster than real time has lost its device.
+int sameMillisecondCount = 0;
+AudioCallback::Clock watchdogClock = &juce::Time::currentTimeMillis;
+
+constexpr int watchdogLimit = 10;
+constexpr double rumbleFrequency = 50.0;
+constexpr int calibrationSeconds = 5;
+constexpr int calibrationMargin = 5;
+} // namespace
+
+AudioCallback::AudioCallback (CaptureStatus* statusToUse, int deviceSampleRate)
+    : status (statusToUse),
+      sampleRate (deviceSampleRate)
+{
+}
+
+AudioCallback::~AudioCallback() = default;
+
+void AudioCallback::setClock (Clock newClock)
+{
+    watchdogClock = newClock != nullptr ? newClock : &juce::Time::currentTimeMillis;
+}
+
+int AudioCallback::getSameMillisecondCount()
+{
+    return sameMillisecondCount;
+}
+
+void AudioCallback::audioDeviceAboutToStart (juce::AudioIODevice*)
+{
+    // Every run starts from zeroed filters, built for the rate this callback was made with.
+    const auto highPass = juce::IIRCoefficients::makeHighPass (sampleRate, rumbleFrequency);
+    rumbleLeft = std::make_unique<juce::IIRFilter>();
+    rumbleLeft->setCoefficients (highPass);
+    rumbleRight = std::make_unique<juce::IIRFilter>();
+    rumbleRight->setCoefficients (highPass);
+
+    for (auto* riaa : { &riaaLeft, &riaaRight })
+    {
+        *riaa = std::make_unique<RiaaFilter>();
+        (*riaa)->setSampleRate (static_cast<float> (sampleRate));
+        (*riaa)->setMode (1);
+        (*riaa)->loadCoefficients();
+        (*riaa)->reset();
+    }
+
+    calibrationSamplesLeft = -1;
+    stopped = false;
+    echoing = false;
+    lastCallbackTime = watchdogClock();
+}
+
+void AudioCallback::audioDeviceStopped()
+{
+    rumbleLeft.reset();
+    rumbleRight.reset();
+    riaaLeft.reset();
+    riaaRight.reset();
+}
+
+void AudioCallback::audioDeviceIOCallbackWithContext (const float* const* inputs, int numInputs, float* const* outputs,
+                                                      int numOutputs, int numSamples,
+                                                      const juce::AudioIODeviceCallbackContext&)
+{
+    audioDeviceIOCallback (inputs, numInputs, outputs, numOutputs, numSamples);
+}
+
+void AudioCallback::broadcast (const juce::String& event) const
+{
+    if (auto* audio = Audio::getInstance())
+        audio->sendActionMessage (event);
+}
+
+void AudioCallback::audioDeviceIOCallback (const float* const* inputs, int numInputs, float* const* outputs,
+                                           int numOutputs, int numSamples)
+{
+    if (stopped)
+        return;
+
+    auto* project = status != nullptr ? status->project : nullptr;
+    if (project == nullptr)
+        return;
+
+    // The watchdog: a device that has gone away may call back in a tight loop.
+    const auto now = watchdogClock();
+    if (now == lastCallbackTime)
+        ++sameMillisecondCount;
+    else
+        sameMillisecondCount = 0;
+    lastCallbackTime = now;
+
+    if (sameMillisecondCount > watchdogLimit)
+    {
+        // The next start of the program falls back to the default device.
+        project->resetDeviceSettings();
+        stopped = true;
+        if (status->writeToDisk)
+            status->phase = CaptureStatus::stopRequested;
+        broadcast (Audio::eventError);
+        return;
+    }
+
+    // The first input present is the left channel, the next one the right; a mono device
+    // gives the same buffer for both.
+    int leftIndex = 0;
+    while (leftIndex < numInputs && inputs[leftIndex] == nullptr)
+        ++leftIndex;
+
+    const float* left = leftIndex < numInputs ? inputs[leftIndex] : nullptr;
+    const float* right = nullptr;
+
+    if (numInputs > 1)
+    {
+        for (int i = leftIndex + 1; i < numInputs && right == nullptr; ++i)
+            right = inputs[i];
+    }
+    else
+    {
+        right = left;
+    }
+
+    if (left == nullptr || right == nullptr)
+        return;
+
+    // The block is filtered in place in the device's own buffers.
+    float* channels[2] = { const_cast<float*> (left), const_cast<float*> (right) };
+    auto block = std::make_unique<juce::AudioBuffer<float>> (channels, 2, numSamples);
+    const bool stereo = numInputs > 1;
+
+    // Levels are taken on the raw input, so that no filter changes what the silence rule sees.
+    const float rmsLeft = block->getRMSLevel (0, 0, numSamples);
+    const float rmsRight = block->getRMSLevel (1, 0, numSamples);
+
+    if (project->rumbleOn && rumbleLeft != nullptr)
+    {
+        rumbleLeft->processSamples (channels[0], numSamples);
+        if (stereo)
+            rumbleRight->processSamples (channels[1], numSamples);
+    }
+
+    if (!project->preamp && riaaLeft != nullptr)
+    {
+        riaaLeft->processInPlace (channels[0], numSamples);
+        if (stereo)
+            riaaRight->processInPlace (channels[1], numSamples);
+    }
+
+    if (numOutputs >= 1 && project->echoOn)
+    {
+        if (outputs[0] != nullptr)
+            juce::FloatVectorOperations::copy (outputs[0], channels[0], numSamples);
+        if (numOutputs >= 2 && outputs[1] != nullptr)
+            juce::FloatVectorOperations::copy (outputs[1], channels[1], numSamples);
+        echoing = true;
+    }
+    else if (echoing)
+    {
+        for (int i = 0; i < 2 && i < numOutputs; ++i)
+            if (outputs[i] != nullptr)
+                juce::FloatVectorOperations::clear (outputs[i], numSamples);
+        echoing = false;
+    }
+
+    project->addWaveformSamples (channels[0], numSamples);
+    project->setLevelPair (rmsLeft, rmsRight);
+
+    const float mean = static_cast<float> ((rmsLeft + rmsRight) * 0.5);
+    const float levelIndex = static_cast<float> (80.0 * mean);
+
+    // Calibration: for five seconds the threshold follows the loudest block, 5 above it.
+    if (project->setCalibrationRequested (false))
+    {
+        project->startCalibrating();
+        calibrationSamplesLeft = static_cast<juce::int64> (calibrationSeconds) * sampleRate;
+    }
+
+    if (calibrationSamplesLeft > 0)
+    {
+        calibrationSamplesLeft -= numSamples;
+        if (project->threshold - 5.0 < levelIndex)
+            project->setThreshold (static_cast<int> (std::floor (levelIndex)) + calibrationMargin);
+    }
+    else if (project->calibrating)
+    {
+        project->calibrating = false;
+        status->phase = CaptureStatus::stopRequested;
+    }
+
+    if (!status->writeToDisk)
+        return;
+
+    auto* writer = TrackWriter::getInstance (project->captureFolder, -1, sampleRate);
+    if (writer == nullptr)
+        return;
+
+    // The silence rule. A block at the threshold is sound.
+    if (static_cast<float> (project->threshold) > levelIndex)
+    {
+        ++status->silentBlocks;
+    }
+    else
+    {
+        status->silentBlocks = 0;
+        status->inTrack = true;
+        status->soundSamples += numSamples;
+
+        if (status->trackBlocks == 0)
+        {
+            broadcast (Audio::eventTrack);
+            ++tracksBegun;
+
+            if (project->firstTrackPending == 0)
+            {
+                // An earlier track of this run is finished: it goes to the list, the next
+                // write opens the next number.
+                if (writer->getFileName().isNotEmpty())
+                {
+                    writer->advance (1);
+                    project->addTrack (writer->getFileName(), formatWav);
+                }
+                else if (writer->getTrackNumber() != 1)
+                {
+                    writer->setTrackNumber (1);
+                }
+            }
+            else if (project->trackCounter + 1 != writer->getTrackNumber())
+            {
+                writer->setTrackNumber (project->trackCounter + 1);
+                writer->close();
+            }
+
+            project->firstTrackPending = 0;
+        }
+
+        ++status->trackBlocks;
+    }
+
+    // Next Track from the page cuts the track by hand.
+    if (project->takeNextTrackRequested() && writer->getFileName().isNotEmpty())
+    {
+        writer->advance (1);
+        project->addTrack (writer->getFileName(), formatWav);
+        broadcast (Audio::eventTrack);
+    }
+
+    if (project->firstTrackPending == 0 && status->silentBlocks <= status->minSilenceBlocks)
+    {
+        char samples[32];
+        std::snprintf (samples, sizeof (samples), "%.0f",
+                       static_cast<double> (static_cast<float> (writer->getSamplesWritten())));
+        broadcast (juce::String (Audio::eventTrackTime) + juce::String (samples));
+        writer->write (channels, numSamples);
+    }
+    else if (status->inTrack)
+    {
+        broadcast (Audio::eventStaled);
+        status->trackBlocks = 0;
+        status->inTrack = false;
+    }
+
+    if (status->silentBlocks > status->stopSilenceBlocks)
+        endOfStream();
+}
+
+void AudioCallback::endOfStream()
+{
+    auto* project = status->project;
+    stopped = true;
+    status->silentBlocks = 0;
+
+    // Shown from the audio thread, which waits here until the user has answered.
+    const auto text = status->soundSamples > 0 ? "No more stream detected" : "No stream detected";
+    showMessage (juce::MessageBoxIconType::WarningIcon, project->translate ("End Capture"), project->translate (text),
+                 "ok");
+
+    if (status->writeToDisk)
+        status->phase = CaptureStatus::stopRequested;
+}

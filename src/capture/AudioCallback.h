@@ -1,0 +1,64 @@
+#pragma once
+
+#include "capture/CaptureStatus.h"
+#include "capture/RiaaFilter.h"
+
+#include <juce_audio_devices/juce_audio_devices.h>
+
+#include <memory>
+
+/**
+    The capture's work on the device's audio thread, one block at a time: levels on the raw
+    input, the rumble filter and the RIAA emulation in place, echo, the sound preview, the
+    calibration of the threshold, the silence rule that cuts the record into tracks, and the
+    writing of the track files. There is no buffer between the device and the disk.
+*/
+class AudioCallback : public juce::AudioIODeviceCallback
+{
+public:
+    /** `sampleRate` is the device's rate when the callback is made; it is kept for good. */
+    AudioCallback (CaptureStatus* status, int sampleRate);
+    ~AudioCallback() override;
+
+    /** One block of the device. */
+    void audioDeviceIOCallback (const float* const* inputs, int numInputs, float* const* outputs, int numOutputs,
+                                int numSamples);
+
+    void audioDeviceIOCallbackWithContext (const float* const* inputs, int numInputs, float* const* outputs,
+                                           int numOutputs, int numSamples,
+                                           const juce::AudioIODeviceCallbackContext& context) override;
+
+    /** Builds the filters with zeroed state and rearms the callback. */
+    void audioDeviceAboutToStart (juce::AudioIODevice* device) override;
+
+    /** Deletes the filters. */
+    void audioDeviceStopped() override;
+
+    int getSampleRate() const { return sampleRate; }
+
+    /** Tracks begun by the silence rule since the callback was made. */
+    int getTracksBegun() const { return tracksBegun; }
+
+    /** The clock of the stream watchdog, in milliseconds; tests and benchmarks replace it. */
+    using Clock = juce::int64 (*)();
+    static void setClock (Clock newClock);
+
+    /** Callbacks in a row that found the same millisecond as the one before, process-wide. */
+    static int getSameMillisecondCount();
+
+private:
+    void broadcast (const juce::String& event) const;
+    void endOfStream();
+
+    CaptureStatus* status = nullptr;
+    int sampleRate = 0;
+    std::unique_ptr<juce::IIRFilter> rumbleLeft, rumbleRight;
+    std::unique_ptr<RiaaFilter> riaaLeft, riaaRight;
+    int tracksBegun = 0;
+    juce::int64 calibrationSamplesLeft = -1;
+    bool stopped = false;
+    bool echoing = false;
+    juce::int64 lastCallbackTime = 0;
+
+    JUCE_DECLARE_NON_COPYABLE (AudioCallback)
+};

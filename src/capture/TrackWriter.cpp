@@ -1,0 +1,146 @@
+#include "capture/TrackWriter.h"
+
+namespace
+{
+std::unique_ptr<TrackWriter>& instance()
+{
+    static std::unique_ptr<TrackWriter> writer;
+    return writer;
+}
+
+// The track number that the last write went to, across writers.
+int lastWriteTrackNumber = 0;
+} // namespace
+
+TrackWriter* TrackWriter::getInstance (const juce::String& folder, int trackNumber, int sampleRate)
+{
+    auto& current = instance();
+
+    if (current != nullptr)
+    {
+        if (folder.isEmpty() || folder == current->folder)
+            return current.get();
+
+        current.reset();
+        current.reset (new TrackWriter (folder, trackNumber, sampleRate));
+        return current.get();
+    }
+
+    if (sampleRate != 0)
+        current.reset (new TrackWriter (folder, trackNumber, sampleRate));
+
+    return current.get();
+}
+
+void TrackWriter::deleteInstance()
+{
+    instance().reset();
+}
+
+TrackWriter::TrackWriter (const juce::String& folderToUse, int firstTrackNumber, int rate)
+    : trackNumber (juce::jmax (1, firstTrackNumber)),
+      folder (folderToUse),
+      sampleRate (rate)
+{
+}
+
+TrackWriter::~TrackWriter()
+{
+    close();
+}
+
+int TrackWriter::advance (int by)
+{
+    trackNumber += by;
+    return trackNumber;
+}
+
+void TrackWriter::close()
+{
+    // Deleting the writer completes the WAV header and closes its stream.
+    writer.reset();
+    stream = nullptr;
+}
+
+bool TrackWriter::write (const float* const* channels, int numSamples)
+{
+    if (channels == nullptr || channels[0] == nullptr || channels[1] == nullptr)
+        return false;
+
+    const auto count = static_cast<size_t> (juce::jmax (0, numSamples));
+
+    // Through 16 bits: this is where the capture clips.
+    juce::HeapBlock<int16_t> left16 (count), right16 (count);
+    JUCE_BEGIN_IGNORE_WARNINGS_GCC_LIKE ("-Wdeprecated-declarations")
+    juce::AudioDataConverters::convertFloatToInt16LE (channels[0], left16.get(), numSamples);
+    juce::AudioDataConverters::convertFloatToInt16LE (channels[1], right16.get(), numSamples);
+    JUCE_END_IGNORE_WARNINGS_GCC_LIKE
+
+    // The format writer takes 32-bit left-justified integers, one null-terminated pointer list.
+    juce::HeapBlock<int> left32 (count + 1), right32 (count + 1);
+    for (size_t i = 0; i < count; ++i)
+    {
+        left32[i] = static_cast<int> (left16[i]) * 65536;
+        right32[i] = static_cast<int> (right16[i]) * 65536;
+    }
+    const int* samples[3] = { left32.get(), right32.get(), nullptr };
+
+    if (writer == nullptr || lastWriteTrackNumber != trackNumber)
+    {
+        writer.reset();
+        stream = nullptr;
+        writer = openFile();
+        lastWriteTrackNumber = trackNumber;
+    }
+
+    bool written = false;
+    if (writer != nullptr)
+        written = writer->write (samples, numSamples);
+
+    samplesWritten += numSamples;
+    return written;
+}
+
+std::unique_ptr<juce::FileOutputStream> TrackWriter::createStream (const juce::String& path)
+{
+    if (path != fileName)
+    {
+        file = std::make_unique<juce::File> (path);
+        fileName = path;
+    }
+
+    // An earlier file of this name is replaced without asking.
+    file->deleteFile();
+
+    auto newStream = std::make_unique<juce::FileOutputStream> (*file, streamBufferSize);
+    if (newStream->failedToOpen())
+        return nullptr;
+
+    return newStream;
+}
+
+std::unique_ptr<juce::AudioFormatWriter> TrackWriter::openFile()
+{
+    const auto separator = juce::File::getSeparatorString();
+
+    auto newStream = createStream (folder + separator + "Track" + juce::String (trackNumber) + ".wav");
+    openTrackNumber = trackNumber;
+
+    // Track7 failing, Track07 is tried.
+    if (newStream == nullptr)
+        newStream = createStream (folder + separator + "Track0" + juce::String (trackNumber) + ".wav");
+
+    if (newStream == nullptr)
+        return nullptr;
+
+    juce::WavAudioFormat wav;
+    std::unique_ptr<juce::AudioFormatWriter> newWriter (
+        wav.createWriterFor (newStream.get(), sampleRate, static_cast<unsigned int> (numChannels), 16, {}, 0));
+
+    if (newWriter == nullptr)
+        return nullptr;
+
+    stream = newStream.release();
+    samplesWritten = 0;
+    return newWriter;
+}

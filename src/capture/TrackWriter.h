@@ -1,0 +1,65 @@
+#pragma once
+
+#include <juce_audio_formats/juce_audio_formats.h>
+
+#include <memory>
+
+/**
+    The WAV file being captured: Track<n>.wav in the capture folder, 16-bit stereo at the
+    device's rate. One object serves the whole process; the audio callback writes each block
+    through it, and a change of track number moves the next write to a new file.
+*/
+class TrackWriter
+{
+public:
+    /** Makes or fetches the process's writer. With a writer in place, it is returned when
+        `folder` is empty or the same as the writer's; another folder replaces the writer. With
+        none, one is made unless `sampleRate` is 0, in which case the result is null. */
+    static TrackWriter* getInstance (const juce::String& folder, int trackNumber, int sampleRate);
+
+    /** Closes and deletes the process's writer, if any. */
+    static void deleteInstance();
+
+    ~TrackWriter();
+
+    /** Moves the number of the next write on by `by`, and returns the new number. */
+    int advance (int by);
+
+    int getTrackNumber() const { return trackNumber; }
+    void setTrackNumber (int newTrackNumber) { trackNumber = newTrackNumber; }
+    juce::String getFileName() const { return fileName; }
+    int getSamplesWritten() const { return samplesWritten; }
+    juce::String getFolder() const { return folder; }
+
+    /** True while a file is open for writing. */
+    bool isFileOpen() const { return writer != nullptr; }
+
+    /** Finishes the file being written, if any. The name of the last file is kept. */
+    void close();
+
+    /** Writes one block of two channels through 16 bits to the file of the current track
+        number, opening that file first when needed. */
+    bool write (const float* const* channels, int numSamples);
+
+    /** The buffer of the file stream, in bytes. */
+    static constexpr int streamBufferSize = 32768;
+
+private:
+    TrackWriter (const juce::String& folder, int trackNumber, int sampleRate);
+
+    std::unique_ptr<juce::AudioFormatWriter> openFile();
+    std::unique_ptr<juce::FileOutputStream> createStream (const juce::String& path);
+
+    int trackNumber = 1;
+    int openTrackNumber = -1;
+    juce::String folder;
+    std::unique_ptr<juce::AudioFormatWriter> writer;
+    int sampleRate = 0;
+    int numChannels = 2;
+    std::unique_ptr<juce::File> file;
+    juce::FileOutputStream* stream = nullptr; // owned by `writer`
+    juce::String fileName;
+    int samplesWritten = 0;
+
+    JUCE_DECLARE_NON_COPYABLE (TrackWriter)
+};

@@ -1,0 +1,197 @@
+// Plays a generated record into the inputs of the program under test, through a JACK server.
+//
+//   groovesmith_record_player --probe
+//       waits until the server (JACK_DEFAULT_SERVER) takes clients, at most ten seconds.
+//   groovesmith_record_player --record DESCRIPTION [--freewheel] [--cycle-sleep-us N]
+//       finds the ports that listen to the server's capture ports, feeds them the record from
+//       the start of a cycle on instead of the capture ports, and exits once it has played it.
+//       With --freewheel the server runs as fast as the clients allow; the sleep in each cycle
+//       keeps the cycles a little apart.
+#include "Record.h"
+
+#include <jack/jack.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+struct Player
+{
+    jack_client_t* client = nullptr;
+    jack_port_t* outputs[2] = { nullptr, nullptr };
+    const test_record::Record* record = nullptr;
+    std::atomic<bool> playing{ false };
+    std::atomic<bool> finished{ false };
+    std::int64_t position = 0;
+    unsigned cycleSleepMicroseconds = 0;
+};
+
+int process (jack_nframes_t frames, void* argument)
+{
+    auto& player = *static_cast<Player*> (argument);
+    auto* left = static_cast<float*> (jack_port_get_buffer (player.outputs[0], frames));
+    auto* right = static_cast<float*> (jack_port_get_buffer (player.outputs[1], frames));
+
+    if (player.playing.load())
+    {
+        player.record->render (player.position, static_cast<int> (frames), left, right);
+        player.position += frames;
+        if (player.position >= player.record->getLength())
+            player.finished = true;
+    }
+    else
+    {
+        std::memset (left, 0, frames * sizeof (float));
+        std::memset (right, 0, frames * sizeof (float));
+    }
+
+    // In every cycle, also those around the switches in and out of freewheel.
+    if (player.cycleSleepMicroseconds > 0)
+        usleep (player.cycleSleepMicroseconds);
+
+    return 0;
+}
+
+jack_client_t* openClient (const char* name, int attempts)
+{
+    for (int i = 0; i < attempts; ++i)
+    {
+        jack_status_t status{};
+        if (auto* client = jack_client_open (name, JackNoStartServer, &status))
+            return client;
+        std::this_thread::sleep_for (std::chrono::milliseconds (100));
+    }
+    return nullptr;
+}
+
+/** The input ports that the server's capture port `index` feeds, other than ours. */
+std::vector<std::string> listeners (jack_client_t* client, int index)
+{
+    std::vector<std::string> names;
+    const auto capture = "system:capture_" + std::to_string (index);
+    if (auto* port = jack_port_by_name (client, capture.c_str()))
+    {
+        if (const char** connections = jack_port_get_all_connections (client, port))
+        {
+            for (int i = 0; connections[i] != nullptr; ++i)
+                names.emplace_back (connections[i]);
+            jack_free (connections);
+        }
+    }
+    return names;
+}
+} // namespace
+
+int main (int argc, char** argv)
+{
+    std::string description;
+    bool freewheel = false, probe = false;
+    unsigned cycleSleep = 0;
+
+    for (int i = 1; i < argc; ++i)
+    {
+        const std::string argument = argv[i];
+        if (argument == "--probe")
+            probe = true;
+        else if (argument == "--freewheel")
+            freewheel = true;
+        else if (argument == "--record" && i + 1 < argc)
+            description = argv[++i];
+        else if (argument == "--cycle-sleep-us" && i + 1 < argc)
+            cycleSleep = static_cast<unsigned> (std::stoul (argv[++i]));
+    }
+
+    if (probe)
+    {
+        auto* client = openClient ("record_probe", 100);
+        if (client == nullptr)
+            return 1;
+        jack_client_close (client);
+        return 0;
+    }
+
+    Player player;
+    player.client = openClient ("record_player", 50);
+    if (player.client == nullptr)
+    {
+        std::fprintf (stderr, "no JACK server\n");
+        return 1;
+    }
+
+    const test_record::Record record (description, jack_get_sample_rate (player.client));
+    if (!record.isValid())
+    {
+        std::fprintf (stderr, "bad record description\n");
+        return 2;
+    }
+    player.record = &record;
+    player.cycleSleepMicroseconds = freewheel ? cycleSleep : 0;
+
+    player.outputs[0] = jack_port_register (player.client, "out_1", JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0);
+    player.outputs[1] = jack_port_register (player.client, "out_2", JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0);
+    jack_set_process_callback (player.client, process, &player);
+    if (jack_activate (player.client) != 0)
+        return 3;
+
+    // The program listens to the capture ports; the record takes their place. Our ports are
+    // connected before theirs are taken away, so the program never sees its inputs unconnected.
+    std::vector<std::string> targets[2];
+    for (int attempt = 0; attempt < 100 && (targets[0].empty() || targets[1].empty()); ++attempt)
+    {
+        targets[0] = listeners (player.client, 1);
+        targets[1] = listeners (player.client, 2);
+        if (targets[0].empty() || targets[1].empty())
+            std::this_thread::sleep_for (std::chrono::milliseconds (100));
+    }
+    if (targets[0].empty() || targets[1].empty())
+    {
+        std::fprintf (stderr, "nothing listens to the capture ports\n");
+        return 4;
+    }
+
+    for (int channel = 0; channel < 2; ++channel)
+    {
+        const auto capture = "system:capture_" + std::to_string (channel + 1);
+        for (const auto& target : targets[channel])
+        {
+            jack_connect (player.client, jack_port_name (player.outputs[channel]), target.c_str());
+            jack_disconnect (player.client, capture.c_str(), target.c_str());
+        }
+    }
+
+    // Lets the new connections reach the graph before the first frame is played.
+    std::this_thread::sleep_for (std::chrono::milliseconds (300));
+
+    if (freewheel)
+        jack_set_freewheel (player.client, 1);
+
+    player.playing = true;
+
+    // Four hours of audio at most, even in real time.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::hours (4);
+    while (!player.finished.load() && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for (std::chrono::milliseconds (10));
+
+    if (freewheel)
+    {
+        // The server leaves freewheel at a cycle of its choosing; our cycles keep their pause
+        // until then.
+        jack_set_freewheel (player.client, 0);
+        std::this_thread::sleep_for (std::chrono::milliseconds (300));
+    }
+
+    const bool complete = player.finished.load();
+    jack_deactivate (player.client);
+    jack_client_close (player.client);
+
+    std::printf ("played %lld frames to %zu ports\n", static_cast<long long> (player.position),
+                 targets[0].size() + targets[1].size());
+    return complete ? 0 : 5;
+}
