@@ -3,7 +3,10 @@
 #include "app/Dialogs.h"
 #include "app/ProjectPage.h"
 #include "app/SetupPage.h"
+#include "capture/Audio.h"
+#include "capture/AudioReader.h"
 #include "capture/Page1.h"
+#include "capture/TrackWriter.h"
 #include "editing/Page2.h"
 #include "encoding/AlbumPage.h"
 #include "encoding/FinalPage.h"
@@ -113,6 +116,10 @@ MainComponent::~MainComponent()
 
     tooltipWindow.reset();
     pages.clear();
+
+    // The capture engine ends its run and lets go of the project before anything else goes.
+    Audio::deleteInstance();
+    TrackWriter::deleteInstance();
 
     // The pages go before the project, which they use to the end.
     projectPage.reset();
@@ -430,7 +437,11 @@ bool MainComponent::prepareAlbumFolder()
 
 void MainComponent::stopCaptureAndPreview()
 {
-    // The capture engine and the preview player stop here once they exist.
+    if (auto* audio = Audio::getInstance())
+        audio->stop();
+
+    if (project->audioReader != nullptr && project->audioReader->isPlaying())
+        project->audioReader->stop();
 }
 
 void MainComponent::cancelClicked()

@@ -2,6 +2,8 @@
 // start of a new capture, and the one saved track list of an encode project.
 #include "project/Project.h"
 
+#include "capture/TrackWriter.h"
+
 #include "app/Dialogs.h"
 #include "encoding/SaveElsewhere.h"
 #include "encoding/WavConvertor.h"
@@ -85,6 +87,11 @@ void Project::resetForNewCapture()
     clearTracks();
     lastWrittenTrack = 0;
     firstTrackPending = -1;
+
+    // The next capture numbers its files afresh.
+    if (auto* writer = TrackWriter::getInstance ({}, -1, 0))
+        writer->setTrackNumber (-1);
+
     trackCounter = 0;
     captureStarted = true;
 }

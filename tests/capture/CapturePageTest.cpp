@@ -1,0 +1,350 @@
+#include "CaptureRunFixture.h"
+#include "capture/Page1.h"
+#include "support/WizardFixture.h"
+
+using namespace capture_test;
+
+/** The wizard on its capture page, with a device of the test's own fed block by block. */
+class CapturePageTest : public WizardTest
+{
+protected:
+    static constexpr int blockSize = 4410; // ten blocks a second
+
+    void SetUp() override
+    {
+        WizardTest::SetUp();
+        folder = testHome().getChildFile ("capture");
+        folder.createDirectory();
+
+        auto type = std::make_unique<FakeAudioDeviceType> (2, 44100.0, blockSize);
+        deviceType = type.get();
+        project().addAudioDeviceType (std::move (type));
+        project().setCurrentAudioDeviceType ("Test", true);
+        device = deviceType->lastDevice;
+        ASSERT_NE (device, nullptr);
+
+        project().setRootDirectory (folder.getFullPathName());
+        project().setPreamp (true);
+        project().setMinSilence (1);    // ten blocks
+        project().setSilenceLength (2); // twenty blocks
+        project().setThreshold (10);
+        AudioCallback::setClock (&advancingClock);
+
+        next();
+        next();
+        next();
+        ASSERT_EQ (MainComponent::currentPage, 3);
+        page = wizard->page1.get();
+        outputs[0].assign ((size_t) blockSize, 0.0f);
+        outputs[1].assign ((size_t) blockSize, 0.0f);
+    }
+
+    void TearDown() override
+    {
+        Audio::deleteInstance();
+        TrackWriter::deleteInstance();
+        AudioCallback::setClock (nullptr);
+        WizardTest::TearDown();
+    }
+
+    void feed (const StereoBlock& block)
+    {
+        auto copy = block;
+        device->deliver ({ copy.left.data(), copy.right.data() }, { outputs[0].data(), outputs[1].data() },
+                         blockSize);
+    }
+
+    void feedTones (int count, float amplitude = 0.5f)
+    {
+        for (int i = 0; i < count; ++i)
+            feed (toneBlock (blockSize, blockIndex++, amplitude));
+        pumpMessages();
+    }
+
+    void feedSilence (int count)
+    {
+        for (int i = 0; i < count; ++i)
+            feed (silentBlock (blockSize));
+        pumpMessages();
+    }
+
+    juce::String counter() const { return page->trackCounter.isVisible() ? page->trackCounter.getText() : "(hidden)"; }
+
+    juce::File folder;
+    FakeAudioDeviceType* deviceType = nullptr;
+    FakeAudioDevice* device = nullptr;
+    Page1* page = nullptr;
+    std::vector<float> outputs[2];
+    int blockIndex = 0;
+};
+
+TEST_F (CapturePageTest, theCapturePageShowsItsControls)
+{
+    EXPECT_EQ (page->getName(), "Page1");
+    EXPECT_EQ (page->titleLabel.getText(), "Highly recommended test to avoid saturation problem:");
+    EXPECT_TRUE (page->titleLabel.getFont().isBold());
+    EXPECT_EQ (page->testLabel.getText(), "Turn on the audio input you want to record. Click on \"Test\" then put the "
+                                          "dBMeter under 0dB using your audio input level controler");
+    EXPECT_EQ (page->captureButton.getButtonText(), "Capture");
+    EXPECT_EQ (page->captureButton.getTooltip(), "Start the rip");
+    EXPECT_EQ (page->nextTrackButton.getButtonText(), ">>");
+    EXPECT_EQ (page->nextTrackButton.getTooltip(), "Next Track");
+    EXPECT_EQ (page->paramButton.getTooltip(), "Set capture parameters");
+    EXPECT_EQ (page->rumbleButton.getTooltip(), "Toggle rumble filter");
+    EXPECT_EQ (page->echoButton.getTooltip(),
+               "Toggle echo of record (only use this with a silent vinyl turntable or any other silent sources!)");
+    EXPECT_EQ (page->testButton.getTooltip(), "Start test");
+    EXPECT_EQ (page->calibrateButton.getTooltip(), "Calibrate silence treshold");
+    EXPECT_EQ (page->waveformGroup.getText(), "Sound preview");
+    EXPECT_EQ (counter(), "(hidden)");
+    EXPECT_TRUE (page->rumbleButton.getToggleState());
+    EXPECT_TRUE (project().rumbleOn);
+    EXPECT_FALSE (page->echoButton.getToggleState());
+
+    EXPECT_EQ (page->leftMeter.getBounds(), juce::Rectangle<int> (20, 80, 15, 195));
+    EXPECT_EQ (page->rightMeter.getBounds(), juce::Rectangle<int> (60, 80, 15, 195));
+    EXPECT_EQ (page->tooHighMeter.getBounds(), juce::Rectangle<int> (40, 75, 16, 16));
+    EXPECT_EQ (page->waveform.getBounds(), juce::Rectangle<int> (110, 280, 300, 40));
+    EXPECT_EQ (page->captureButton.getBounds(), juce::Rectangle<int> (140, 180, 80, 50));
+    EXPECT_EQ (page->testButton.getBounds(), juce::Rectangle<int> (26, 345 - 35, 40, 25));
+    EXPECT_EQ (page->calibrateButton.getBounds(), juce::Rectangle<int> (16, 345 - 65, 60, 25));
+    EXPECT_EQ (page->rumbleButton.getPosition(), juce::Point<int> (250, 225));
+}
+
+TEST_F (CapturePageTest, theScaleMarksFollowThePreampAtEveryPaint)
+{
+    const auto visibleMarks = [this]
+    {
+        page->createComponentSnapshot (page->getLocalBounds());
+        juce::StringArray names;
+        for (auto* label : page->scaleLabels)
+            if (label->isVisible())
+                names.add (label->getName() + "=" + label->getText());
+        return names.joinIntoString (" ");
+    };
+
+    EXPECT_EQ (visibleMarks(), "L=L R=R dB=dB maxDB=0 minDB=-70 -10=-10 -30=-30 -50=-50");
+    project().setPreamp (false);
+    EXPECT_EQ (visibleMarks(), "L=L R=R dB=dB maxDB=0 minDB=-70 -30noPA=-30 -40noPA=-40 -50noPA=-50 -60noPA=-60");
+}
+
+TEST_F (CapturePageTest, theDefaultThresholdShowsAsMinus125AndTypedValuesAreStoredPlus70)
+{
+    project().setThreshold (-55);
+    dialogs.answer ("ok", { "-65", "20", "3" });
+    click (page->paramButton);
+
+    ASSERT_EQ (dialogs.alerts().size(), 1u);
+    const auto alert = dialogs.alerts()[0];
+    EXPECT_EQ (alert.icon, juce::MessageBoxIconType::QuestionIcon);
+    EXPECT_EQ (alert.title, "Capture Parameters");
+    EXPECT_TRUE (alert.message.isEmpty());
+    EXPECT_EQ (alert.fieldNames, juce::StringArray ({ "threshold", "silence", "gap" }));
+    EXPECT_EQ (alert.fieldValues, juce::StringArray ({ "-125", "2", "1" }));
+    EXPECT_EQ (alert.buttons, juce::StringArray ("ok"));
+
+    EXPECT_EQ (project().threshold, 5);
+    EXPECT_EQ (project().silenceLength, 20);
+    EXPECT_EQ (project().minSilence, 3);
+    EXPECT_EQ (project().getSettings().getValue ("threshold"), "5");
+
+    dialogs.answer ("ok", { "", "x", "7" });
+    click (page->paramButton);
+    EXPECT_EQ (project().threshold, 70);
+    EXPECT_EQ (project().silenceLength, 0);
+    EXPECT_EQ (project().minSilence, 7);
+}
+
+TEST_F (CapturePageTest, aCaptureCountsTracksOnFromTheListAndEndsOnTheLongSilence)
+{
+    project().addTrack ("/earlier/one.wav", formatWav);
+    project().addTrack ("/earlier/two.wav", formatWav);
+
+    click (page->captureButton);
+    EXPECT_TRUE (project().captureStarted);
+    EXPECT_EQ (page->captureButton.getTooltip(), "Stop the rip");
+    EXPECT_EQ (counter(), "Waiting...");
+
+    feedSilence (1);
+    EXPECT_TRUE (project().captureRunning);
+    EXPECT_TRUE (page->captureButton.isActive());
+
+    // Back and Next do nothing while the capture runs.
+    next();
+    back();
+    EXPECT_EQ (MainComponent::currentPage, 3);
+
+    feedTones (1);
+    EXPECT_EQ (counter(), "Track 3 (0.00)");
+    feedTones (3);
+    EXPECT_EQ (counter(), "Track 3 (0.30)");
+
+    feedSilence (11);
+    EXPECT_EQ (counter(), "Waiting...");
+
+    feedTones (2);
+    EXPECT_EQ (counter(), "Track 4 (0.10)");
+
+    feedSilence (21);
+    ASSERT_TRUE (pumpUntil ([this] { return ! project().captureRunning; }));
+
+    ASSERT_GE (dialogs.alerts().size(), 1u);
+    const auto endBox = dialogs.alerts().back();
+    EXPECT_EQ (endBox.title, "End Capture");
+    EXPECT_EQ (endBox.message, "No more stream detected");
+
+    EXPECT_FALSE (page->captureButton.isActive());
+    EXPECT_FALSE (page->isCapturing());
+    EXPECT_EQ (counter(), "(hidden)");
+    EXPECT_EQ (page->leftMeter.getLevel(), 0.0f);
+    EXPECT_FALSE (page->tooHighMeter.isTooHigh());
+
+    ASSERT_EQ (project().trackCount(), 4);
+    EXPECT_EQ (project().trackPath (2), folder.getChildFile ("Track3.wav").getFullPathName());
+    EXPECT_EQ (project().trackPath (3), folder.getChildFile ("Track4.wav").getFullPathName());
+
+    next();
+    EXPECT_EQ (MainComponent::currentPage, 4);
+}
+
+TEST_F (CapturePageTest, nextTrackCutsTheTrackOnlyDuringACapture)
+{
+    click (page->nextTrackButton);
+    EXPECT_FALSE (project().nextTrackRequested);
+
+    click (page->captureButton);
+    feedTones (3);
+    EXPECT_EQ (counter(), "Track 1 (0.20)");
+    click (page->nextTrackButton);
+    feedTones (1);
+    EXPECT_EQ (counter(), "Track 2 (0.30)");
+
+    click (page->captureButton);
+    pumpMessages();
+    EXPECT_FALSE (project().captureRunning);
+    EXPECT_EQ (project().trackCount(), 2);
+}
+
+TEST_F (CapturePageTest, paramIsRefusedDuringACaptureAndAllowedDuringATest)
+{
+    click (page->captureButton);
+    feedSilence (1);
+    click (page->paramButton);
+    EXPECT_TRUE (dialogs.alerts().empty());
+    click (page->captureButton);
+    pumpMessages();
+
+    click (page->testButton);
+    feedSilence (1);
+    EXPECT_TRUE (page->isTesting());
+    EXPECT_EQ (counter(), "Testing..");
+    EXPECT_TRUE (page->testButton.isActive());
+    dialogs.answer ("ok", { "-40", "15", "2" });
+    click (page->paramButton);
+    EXPECT_EQ (dialogs.alerts().size(), 1u);
+    EXPECT_EQ (project().threshold, 30);
+
+    click (page->testButton);
+    pumpMessages();
+    EXPECT_FALSE (page->isTesting());
+    EXPECT_FALSE (page->testButton.isActive());
+}
+
+TEST_F (CapturePageTest, calibrateDuringATestOnlyUnchecksEcho)
+{
+    project().echoOn = true;
+    page->echoButton.setToggleState (true, juce::dontSendNotification);
+    click (page->testButton);
+    feedSilence (1);
+
+    click (page->calibrateButton);
+    EXPECT_TRUE (dialogs.alerts().empty());
+    EXPECT_FALSE (page->echoButton.getToggleState());
+    EXPECT_FALSE (project().echoOn);
+    EXPECT_FALSE (page->isCalibrating());
+    EXPECT_TRUE (page->isTesting());
+}
+
+TEST_F (CapturePageTest, calibratingOverAQuietGrooveSetsTheThresholdJustAboveIt)
+{
+    dialogs.answer ("Cancel");
+    click (page->calibrateButton);
+    ASSERT_EQ (dialogs.alerts().size(), 1u);
+    EXPECT_EQ (dialogs.alerts()[0].icon, juce::MessageBoxIconType::InfoIcon);
+    EXPECT_EQ (dialogs.alerts()[0].title, "Silence threshold calibration");
+    EXPECT_EQ (dialogs.alerts()[0].message, "Silence threshold calibration : put the needle on the vinyl without "
+                                            "playing it (lasts 5 seconds)");
+    EXPECT_FALSE (page->isCalibrating());
+    EXPECT_EQ (project().threshold, 10);
+
+    dialogs.answer ("OK");
+    click (page->calibrateButton);
+    EXPECT_EQ (project().threshold, -65);
+    EXPECT_TRUE (page->isCalibrating());
+
+    // RMS 0.01 on both channels: levelIndex 0.8.
+    for (int i = 0; i < 55 && page->isCalibrating(); ++i)
+    {
+        feed (constantBlock (blockSize, 0.01f));
+        pumpMessages();
+    }
+    ASSERT_TRUE (pumpUntil ([this] { return ! page->isCalibrating(); }));
+    EXPECT_EQ (project().threshold, 5);
+
+    dialogs.answer ("ok", { "-65", "2", "1" });
+    click (page->paramButton);
+    EXPECT_EQ (dialogs.alerts().back().fieldValues[0], "-65");
+}
+
+TEST_F (CapturePageTest, echoAsksFirstAndCancelUnticksIt)
+{
+    dialogs.answer ("Cancel");
+    click (page->echoButton);
+    ASSERT_EQ (dialogs.alerts().size(), 1u);
+    EXPECT_EQ (dialogs.alerts()[0].title, "Echo");
+    EXPECT_EQ (dialogs.alerts()[0].message,
+               "Toggle echoing of current audio source (will produce horrible output and capture if not needed) ");
+    EXPECT_FALSE (project().echoOn);
+    EXPECT_FALSE (page->echoButton.getToggleState());
+
+    dialogs.answer ("OK");
+    click (page->echoButton);
+    EXPECT_TRUE (project().echoOn);
+    EXPECT_TRUE (page->echoButton.getToggleState());
+
+    click (page->echoButton);
+    EXPECT_FALSE (project().echoOn);
+    EXPECT_EQ (dialogs.alerts().size(), 2u);
+}
+
+TEST_F (CapturePageTest, rumbleFollowsItsButtonAtOnce)
+{
+    click (page->rumbleButton);
+    EXPECT_FALSE (project().rumbleOn);
+    click (page->rumbleButton);
+    EXPECT_TRUE (project().rumbleOn);
+}
+
+TEST_F (CapturePageTest, aDriverErrorIsToldInItsOwnWords)
+{
+    page->actionListenerCallback ("ERROR");
+    ASSERT_EQ (dialogs.alerts().size(), 1u);
+    const auto alert = dialogs.alerts()[0];
+    EXPECT_EQ (alert.icon, juce::MessageBoxIconType::WarningIcon);
+    EXPECT_EQ (alert.title, "Driver error !");
+    EXPECT_EQ (alert.message, "No Stream detected.\nTry setting the default capture device in Windows and then "
+                              "restart the Groovesmith\n(the capture device has been reset to windows default)");
+    EXPECT_EQ (alert.buttons, juce::StringArray ("ok"));
+    EXPECT_EQ (counter(), "(hidden)");
+    EXPECT_EQ (page->captureButton.getTooltip(), "Start the rip");
+}
+
+TEST (CapturePageTime, theCounterCountsSecondsAt44100Whatever)
+{
+    EXPECT_EQ (Page1::timeText ((juce::int64) (65.42 * 44100) + 1), "1:05.42");
+    EXPECT_EQ (Page1::timeText ((juce::int64) (5.07 * 44100) + 1), "5.07");
+    EXPECT_EQ (Page1::timeText (48000), "1.08");
+    EXPECT_EQ (Page1::timeText (0), "0.00");
+    EXPECT_EQ (Page1::timeText (44100 * 60), "1:00.00");
+    EXPECT_EQ (Page1::timeText (44100 * 609 + 441 * 5), "10:09.05");
+}
