@@ -10,6 +10,7 @@
 
 #include <csignal>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -76,6 +77,27 @@ public:
 
 private:
     pid_t pid = -1;
+};
+
+/** Held while a JACK server starts and the program opens it, across processes. */
+class StartLock
+{
+public:
+    StartLock()
+        : descriptor (open ("/tmp/groovesmith-jack-start.lock", O_RDWR | O_CREAT, 0666))
+    {
+        if (descriptor >= 0)
+            flock (descriptor, LOCK_EX);
+    }
+
+    ~StartLock()
+    {
+        if (descriptor >= 0)
+            close (descriptor); // releases the lock
+    }
+
+private:
+    const int descriptor;
 };
 
 /** A span of the record, in frames, that one track file holds. */
@@ -261,6 +283,9 @@ protected:
     {
         folder = juce::File::createTempFile ("jack-capture");
         ASSERT_TRUE (folder.createDirectory());
+
+        // Servers of parallel tests start one after the other: they share JACK's registry.
+        const StartLock startLock;
 
         // A server of this test's own, so that parallel tests never meet.
         serverName = "groovesmith-test-" + juce::String ((int) getpid());
