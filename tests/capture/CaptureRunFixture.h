@@ -2,6 +2,7 @@
 
 // A capture engine on a device of the test's own, fed one block at a time.
 #include "CaptureTestSupport.h"
+#include "FakeAudioDevice.h"
 #include "support/FakeDialogs.h"
 
 #include <gtest/gtest.h>

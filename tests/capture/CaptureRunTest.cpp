@@ -24,8 +24,13 @@ TEST_F (CaptureRun, aRecordIsCutIntoNumberedTracksAtItsSilences)
     EXPECT_EQ (project->firstTrackPending, 0);
     EXPECT_TRUE (audio->getStatus().inTrack);
     feedSilence (10, &first); // up to the gap length the silence stays in the track
-    feedSilence (2);          // past it the track waits for sound
+    EXPECT_EQ (audio->getStatus().silentBlocks, 10);
+    EXPECT_TRUE (audio->getStatus().inTrack);
+    feedSilence (2); // past it the track waits for sound
+    EXPECT_EQ (audio->getStatus().silentBlocks, 12);
     EXPECT_FALSE (audio->getStatus().inTrack);
+    EXPECT_EQ (audio->getStatus().trackBlocks, 0);
+    EXPECT_TRUE (TrackWriter::getInstance ({}, 0, 0)->isFileOpen());
     EXPECT_EQ (project->trackCount(), 0);
 
     feedTones (3, &second);

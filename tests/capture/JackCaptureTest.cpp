@@ -10,11 +10,10 @@
 
 #include <csignal>
 #include <fcntl.h>
-#include <spawn.h>
+#include <sys/file.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-extern char** environ;
 
 namespace
 {
@@ -27,7 +26,9 @@ class JackServer
 public:
     JackServer (const juce::String& name, const juce::File& logFile)
     {
+        // A long client timeout, so that a busy machine delays cycles rather than dropping a client.
         const std::vector<std::string> arguments{ "jackd", "--no-realtime",
+                                                  "-t",    "10000",
                                                   "-n",    name.toStdString(),
                                                   "-d",    "dummy",
                                                   "-r",    std::to_string (serverRate),
@@ -38,15 +39,22 @@ public:
         for (const auto& argument : arguments)
             argv.push_back (const_cast<char*> (argument.c_str()));
         argv.push_back (nullptr);
+        const std::string logPath = logFile.getFullPathName().toStdString();
 
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init (&actions);
-        posix_spawn_file_actions_addopen (&actions, 1, logFile.getFullPathName().toRawUTF8(),
-                                          O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        posix_spawn_file_actions_adddup2 (&actions, 1, 2);
-        if (posix_spawnp (&pid, "jackd", &actions, nullptr, argv.data(), environ) != 0)
-            pid = -1;
-        posix_spawn_file_actions_destroy (&actions);
+        pid = fork();
+        if (pid == 0)
+        {
+            // The server goes with the test process, even when that one dies.
+            prctl (PR_SET_PDEATHSIG, SIGTERM);
+            const int log = open (logPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+            if (log >= 0)
+            {
+                dup2 (log, 1);
+                dup2 (log, 2);
+            }
+            execvp (argv[0], argv.data());
+            _exit (127);
+        }
     }
 
     ~JackServer()
@@ -69,6 +77,27 @@ public:
 
 private:
     pid_t pid = -1;
+};
+
+/** Held while a JACK server starts and the program opens it, across processes. */
+class StartLock
+{
+public:
+    StartLock()
+        : descriptor (open ("/tmp/groovesmith-jack-start.lock", O_RDWR | O_CREAT, 0666))
+    {
+        if (descriptor >= 0)
+            flock (descriptor, LOCK_EX);
+    }
+
+    ~StartLock()
+    {
+        if (descriptor >= 0)
+            close (descriptor); // releases the lock
+    }
+
+private:
+    const int descriptor;
 };
 
 /** A span of the record, in frames, that one track file holds. */
@@ -118,7 +147,7 @@ Expectation expectedCapture (const test_record::Record& record, int threshold, i
             ++trackBlocks;
         }
 
-        if (!expected.tracks.empty() && silentBlocks <= minSilenceBlocks)
+        if (! expected.tracks.empty() && silentBlocks <= minSilenceBlocks)
         {
             expected.events.add ("TRACK TIME " + juce::String (samplesWritten));
             samplesWritten = firstWriteOfTrack ? serverBlock : samplesWritten + serverBlock;
@@ -237,6 +266,16 @@ double amplitudeAt (const std::vector<double>& signal, double frequency)
     return std::sqrt (a * a + b * b);
 }
 
+/** Where two event lists part, for the failure message. */
+std::string firstEventDifference (const juce::StringArray& actual, const juce::StringArray& expected)
+{
+    for (int i = 0; i < juce::jmax (actual.size(), expected.size()); ++i)
+        if (actual[i] != expected[i])
+            return "event " + std::to_string (i) + ": \"" + actual[i].toStdString() + "\" instead of \"" +
+                   expected[i].toStdString() + "\", after \"" + actual[i - 1].toStdString() + "\"";
+    return {};
+}
+
 class JackCapture : public ::testing::Test
 {
 protected:
@@ -244,6 +283,9 @@ protected:
     {
         folder = juce::File::createTempFile ("jack-capture");
         ASSERT_TRUE (folder.createDirectory());
+
+        // Servers of parallel tests start one after the other: they share JACK's registry.
+        const StartLock startLock;
 
         // A server of this test's own, so that parallel tests never meet.
         serverName = "groovesmith-test-" + juce::String ((int) getpid());
@@ -268,7 +310,7 @@ protected:
 
         project = std::make_unique<Project>();
         auto* device = project->getCurrentAudioDevice();
-        ASSERT_NE (device, nullptr);
+        ASSERT_NE (device, nullptr) << folder.getChildFile ("jackd.log").loadFileAsString();
         ASSERT_EQ (device->getTypeName(), "JACK");
         ASSERT_EQ (device->getCurrentSampleRate(), (double) serverRate);
         ASSERT_EQ (device->getCurrentBufferSizeSamples(), serverBlock);
@@ -295,7 +337,7 @@ protected:
         juce::ChildProcess player;
         juce::StringArray command (GROOVESMITH_RECORD_PLAYER);
         command.addArray (arguments);
-        if (!player.start (command))
+        if (! player.start (command))
             return -1;
         playerOutput = player.readAllProcessOutput();
         player.waitForProcessToFinish (60000);
@@ -303,7 +345,7 @@ protected:
     }
 
     /** Starts a capture, plays the record fast through the server, and waits for the end. */
-    void captureRecord (const std::string& description)
+    void captureRecord (const std::string& description, int timeoutSeconds = 120)
     {
         ASSERT_TRUE (audio->start (true));
 
@@ -319,14 +361,23 @@ protected:
                 previewSamples += project->takeWaveformSamples().size();
                 return log.events.contains ("END");
             },
-            10 * 60 * 1000);
+            timeoutSeconds * 1000);
+        if (! ended)
+            player.kill();
         playerOutput = player.readAllProcessOutput();
         player.waitForProcessToFinish (60000);
-        ASSERT_TRUE (ended) << "no END after " << log.events.size() << " events";
+        ASSERT_TRUE (ended) << "no END after " << log.events.size() << " events; player: " << playerOutput
+                            << "; server: " << folder.getChildFile ("jackd.log").loadFileAsString();
         if (log.events.size() < 10)
             ADD_FAILURE() << log.events.joinIntoString (" / ");
         EXPECT_EQ (player.getExitCode(), 0u) << playerOutput;
         EXPECT_TRUE (playerOutput.startsWith ("played ")) << playerOutput;
+    }
+
+    int xruns() const
+    {
+        auto* device = project->getCurrentAudioDevice();
+        return device != nullptr ? device->getXRunCount() : -1;
     }
 
     juce::StringArray expectedPaths (size_t count) const
@@ -401,7 +452,8 @@ TEST_F (JackCapture, aRecordPlayedThroughJackBecomesThreeTrackFiles)
     EXPECT_EQ (trackPaths(), expectedPaths (3));
     EXPECT_EQ (project->trackCounter, 3);
     EXPECT_EQ (project->lastWrittenTrack, 3);
-    EXPECT_EQ (log.events, expected.events);
+    EXPECT_EQ (log.events, expected.events)
+        << firstEventDifference (log.events, expected.events) << ", device xruns: " << xruns();
     expectEndedBySilenceFromTheAudioThread();
     EXPECT_GE (previewSamples, expected.lastBlock * serverBlock);
 }
@@ -418,7 +470,8 @@ TEST_F (JackCapture, withoutAPreampTheTrackFilesCarryTheRiaaCurve)
     std::string firstDifference;
     EXPECT_EQ (countDifferences (record, expected, folder, true, firstDifference), 0) << firstDifference;
     EXPECT_EQ (trackPaths(), expectedPaths (3));
-    EXPECT_EQ (log.events, expected.events);
+    EXPECT_EQ (log.events, expected.events)
+        << firstEventDifference (log.events, expected.events) << ", device xruns: " << xruns();
     expectEndedBySilenceFromTheAudioThread();
 
     // The curve, read from the files: a second of each tone song after it settled.
@@ -466,7 +519,7 @@ TEST_F (JackCapture, aTwentyMinuteSideIsCapturedWithoutLosingASample)
     const test_record::Record record (description, serverRate);
     ASSERT_GE (record.getLength(), 20 * 60 * serverRate);
 
-    captureRecord (description);
+    captureRecord (description, 8 * 60);
 
     const auto expected = expectedCapture (record, threshold, minSilenceBlocks, stopSilenceBlocks);
     ASSERT_EQ (expected.tracks.size(), 6u);
@@ -486,6 +539,7 @@ TEST_F (JackCapture, aTwentyMinuteSideIsCapturedWithoutLosingASample)
     std::string firstDifference;
     EXPECT_EQ (countDifferences (record, expected, folder, false, firstDifference), 0) << firstDifference;
     EXPECT_EQ (trackPaths(), expectedPaths (6));
-    EXPECT_EQ (log.events, expected.events);
+    EXPECT_EQ (log.events, expected.events)
+        << firstEventDifference (log.events, expected.events) << ", device xruns: " << xruns();
     expectEndedBySilenceFromTheAudioThread();
 }

@@ -29,6 +29,7 @@ struct Player
     const test_record::Record* record = nullptr;
     std::atomic<bool> playing{ false };
     std::atomic<bool> finished{ false };
+    std::atomic<bool> freewheeling{ false };
     std::int64_t position = 0;
     unsigned cycleSleepMicroseconds = 0;
 };
@@ -52,11 +53,24 @@ int process (jack_nframes_t frames, void* argument)
         std::memset (right, 0, frames * sizeof (float));
     }
 
-    // In every cycle, also those around the switches in and out of freewheel.
-    if (player.cycleSleepMicroseconds > 0)
+    // Keeps freewheel cycles apart, from the first to the last.
+    if (player.freewheeling.load() && player.cycleSleepMicroseconds > 0)
         usleep (player.cycleSleepMicroseconds);
 
     return 0;
+}
+
+void freewheelChanged (int starting, void* argument)
+{
+    static_cast<Player*> (argument)->freewheeling = starting != 0;
+}
+
+/** Waits until the server is in (or out of) freewheel, at most ten seconds. */
+bool waitForFreewheel (const Player& player, bool on)
+{
+    for (int i = 0; i < 1000 && player.freewheeling.load() != on; ++i)
+        std::this_thread::sleep_for (std::chrono::milliseconds (10));
+    return player.freewheeling.load() == on;
 }
 
 jack_client_t* openClient (const char* name, int attempts)
@@ -126,7 +140,7 @@ int main (int argc, char** argv)
     }
 
     const test_record::Record record (description, jack_get_sample_rate (player.client));
-    if (!record.isValid())
+    if (! record.isValid())
     {
         std::fprintf (stderr, "bad record description\n");
         return 2;
@@ -137,6 +151,7 @@ int main (int argc, char** argv)
     player.outputs[0] = jack_port_register (player.client, "out_1", JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0);
     player.outputs[1] = jack_port_register (player.client, "out_2", JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0);
     jack_set_process_callback (player.client, process, &player);
+    jack_set_freewheel_callback (player.client, freewheelChanged, &player);
     if (jack_activate (player.client) != 0)
         return 3;
 
@@ -169,22 +184,30 @@ int main (int argc, char** argv)
     // Lets the new connections reach the graph before the first frame is played.
     std::this_thread::sleep_for (std::chrono::milliseconds (300));
 
+    // The whole record goes out in freewheel, where the server waits for every client in every
+    // cycle, so that no frame can be lost or repeated on a busy machine.
     if (freewheel)
+    {
         jack_set_freewheel (player.client, 1);
+        if (! waitForFreewheel (player, true))
+        {
+            std::fprintf (stderr, "the server does not freewheel\n");
+            return 6;
+        }
+    }
 
     player.playing = true;
 
     // Four hours of audio at most, even in real time.
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::hours (4);
-    while (!player.finished.load() && std::chrono::steady_clock::now() < deadline)
+    while (! player.finished.load() && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for (std::chrono::milliseconds (10));
 
     if (freewheel)
     {
-        // The server leaves freewheel at a cycle of its choosing; our cycles keep their pause
-        // until then.
+        // Our cycles keep their pause until the server has left freewheel.
         jack_set_freewheel (player.client, 0);
-        std::this_thread::sleep_for (std::chrono::milliseconds (300));
+        waitForFreewheel (player, false);
     }
 
     const bool complete = player.finished.load();
