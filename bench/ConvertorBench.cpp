@@ -44,7 +44,7 @@ struct BenchFiles
         }
 
         source = folder.getChildFile ("ten minutes.wav");
-        if (!source.existsAsFile())
+        if (! source.existsAsFile())
             writeSource();
     }
 
@@ -115,7 +115,7 @@ void ours (benchmark::State& state, int format)
     for (auto _ : state)
     {
         const auto convertor = Convertor::forFormat (format);
-        if (!convertor->convert (bench.source.getFullPathName(), output.getFullPathName(), &project))
+        if (! convertor->convert (bench.source.getFullPathName(), output.getFullPathName(), &project))
             state.SkipWithError ("the convertor failed");
     }
 
@@ -134,7 +134,7 @@ void commandLine (benchmark::State& state, const juce::String& extension, const 
         arguments.addArray ({ "-o", output.getFullPathName(), bench.source.getFullPathName() });
 
         juce::ChildProcess process;
-        if (!process.start (arguments, 0) || !process.waitForProcessToFinish (-1) || process.getExitCode() != 0)
+        if (! process.start (arguments, 0) || ! process.waitForProcessToFinish (-1) || process.getExitCode() != 0)
             state.SkipWithError (("could not run " + options[0]).toRawUTF8());
     }
 

@@ -123,7 +123,7 @@ void Audio::stop()
 {
     const juce::ScopedLock sl (stopLock);
 
-    if (!started || (status->phase != CaptureStatus::running && status->phase != CaptureStatus::stopRequested))
+    if (! started || (status->phase != CaptureStatus::running && status->phase != CaptureStatus::stopRequested))
         return;
 
     status->phase = CaptureStatus::stopped;
@@ -146,7 +146,7 @@ void Audio::stop()
 
 void Audio::run()
 {
-    while (status->phase == CaptureStatus::running && !threadShouldExit())
+    while (status->phase == CaptureStatus::running && ! threadShouldExit())
         wakeUp.wait (pollMilliseconds);
 
     if (threadShouldExit())
@@ -155,6 +155,6 @@ void Audio::run()
     // Lets the block in progress and any callback in flight settle.
     wakeUp.wait (settleMilliseconds);
 
-    if (!threadShouldExit() && status->phase == CaptureStatus::stopRequested)
+    if (! threadShouldExit() && status->phase == CaptureStatus::stopRequested)
         stop();
 }

@@ -151,7 +151,7 @@ void AudioCallback::audioDeviceIOCallback (const float* const* inputs, int numIn
             rumbleRight->processSamples (channels[1], numSamples);
     }
 
-    if (!project->preamp && riaaLeft != nullptr)
+    if (! project->preamp && riaaLeft != nullptr)
     {
         riaaLeft->processInPlace (channels[0], numSamples);
         if (stereo)
@@ -199,7 +199,7 @@ void AudioCallback::audioDeviceIOCallback (const float* const* inputs, int numIn
         status->phase = CaptureStatus::stopRequested;
     }
 
-    if (!status->writeToDisk)
+    if (! status->writeToDisk)
         return;
 
     auto* writer = TrackWriter::getInstance (project->captureFolder, -1, sampleRate);

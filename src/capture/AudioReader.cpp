@@ -56,7 +56,7 @@ void AudioReader::audioDeviceStopped()
 
 void AudioReader::play (juce::File file, double positionInSamples)
 {
-    if (!prepared)
+    if (! prepared)
     {
         prepared = true;
         player = std::make_unique<juce::AudioSourcePlayer>();
@@ -157,7 +157,7 @@ void AudioReader::togglePause()
 
 void AudioReader::tearDown()
 {
-    if (!prepared)
+    if (! prepared)
         return;
 
     if (transport->isPlaying())

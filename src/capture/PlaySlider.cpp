@@ -30,7 +30,7 @@ juce::String PlaySlider::getTimeText() const
 
 void PlaySlider::setTimeText (const juce::String& text, bool force)
 {
-    if (dragging && !force)
+    if (dragging && ! force)
         return;
 
     timeLabel->setText (text, juce::dontSendNotification);

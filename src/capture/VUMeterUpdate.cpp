@@ -36,7 +36,7 @@ void VUMeterUpdate::timerCallback()
     double left = 80.0 * smoothed[0];
     double right = 80.0 * smoothed[1];
 
-    if (!project->preamp)
+    if (! project->preamp)
     {
         left = noPreampScale (left);
         right = noPreampScale (right);

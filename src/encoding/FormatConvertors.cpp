@@ -29,7 +29,7 @@ void FormatConvertorThread::run()
     result = true;
 
     // Checked before anything is deleted, so that a missing source leaves the old file alone.
-    if (!sourceFile.exists())
+    if (! sourceFile.exists())
     {
         result = false;
         return;
@@ -81,7 +81,7 @@ void FormatConvertorThread::run()
 
         setProgress ((double) position / (double) length);
 
-        if (!reader->read (buffers, 2, position, convertorChunkSamples, true))
+        if (! reader->read (buffers, 2, position, convertorChunkSamples, true))
         {
             result = false;
             break;

@@ -34,7 +34,7 @@ int ITunesBridge::addToLibrary (const juce::String&, Project*)
 juce::String ITunesBridge::moveToFinalName (const juce::String& path, Project* project)
 {
     const juce::File file (path);
-    if (!file.existsAsFile())
+    if (! file.existsAsFile())
     {
         showError (project->translate ("Can't find track"));
         return {};
@@ -43,7 +43,7 @@ juce::String ITunesBridge::moveToFinalName (const juce::String& path, Project* p
     const auto separator = juce::File::getSeparatorString();
     auto newPath = file.getParentDirectory().getFullPathName() + separator;
 
-    if (!project->intermediateConversion)
+    if (! project->intermediateConversion)
     {
         if (project->addTrackNumbers)
             newPath << (project->encodingTrackNumber <= 9 ? "0" : "") << project->encodingTrackNumber << " - ";

@@ -19,7 +19,7 @@ void ItunesConvertorThread::run()
     if (showsStatus)
         setStatusMessage ("Converting " + juce::File (source).getFileNameWithoutExtension());
 
-    if (!result)
+    if (! result)
         return;
 
     auto bridge = std::make_unique<ITunesBridge>();

@@ -11,7 +11,7 @@ juce::String SaveElsewhere::ask()
     request.warnAboutOverwriting = true;
 
     juce::File chosen;
-    if (!Dialogs::get().chooseFile (request, chosen))
+    if (! Dialogs::get().chooseFile (request, chosen))
         return {};
 
     target = chosen;

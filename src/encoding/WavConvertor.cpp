@@ -119,7 +119,7 @@ void WavConvertorThread::decode()
 
         setProgress ((double) position / (double) length);
 
-        if (!reader->read (readBuffers, 2, position, convertorChunkSamples, true))
+        if (! reader->read (readBuffers, 2, position, convertorChunkSamples, true))
         {
             result = false;
             break;

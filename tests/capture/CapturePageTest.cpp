@@ -50,8 +50,7 @@ protected:
     void feed (const StereoBlock& block)
     {
         auto copy = block;
-        device->deliver ({ copy.left.data(), copy.right.data() }, { outputs[0].data(), outputs[1].data() },
-                         blockSize);
+        device->deliver ({ copy.left.data(), copy.right.data() }, { outputs[0].data(), outputs[1].data() }, blockSize);
     }
 
     void feedTones (int count, float amplitude = 0.5f)

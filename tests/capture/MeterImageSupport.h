@@ -36,7 +36,7 @@ inline ::testing::AssertionResult pixelIs (const juce::Image& image, int x, int 
                                            int tolerance = 0)
 {
     auto result = colourNear (image.getPixelAt (x, y), expected, tolerance);
-    if (!result)
+    if (! result)
         result << " at " << x << "," << y;
     return result;
 }

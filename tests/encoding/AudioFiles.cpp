@@ -188,7 +188,7 @@ ToolRun runTool (const juce::StringArray& arguments)
 {
     ToolRun run;
     juce::ChildProcess process;
-    if (!process.start (arguments, juce::ChildProcess::wantStdOut | juce::ChildProcess::wantStdErr))
+    if (! process.start (arguments, juce::ChildProcess::wantStdOut | juce::ChildProcess::wantStdErr))
         return run;
 
     run.output = process.readAllProcessOutput();
@@ -295,7 +295,7 @@ ActWhenWritten::~ActWhenWritten()
 
 void ActWhenWritten::run()
 {
-    while (!threadShouldExit())
+    while (! threadShouldExit())
     {
         if (destination.getSize() > 0)
         {

@@ -54,7 +54,7 @@ TEST_F (FileWorkersTest, aMoveTakesTheSourceAway)
 TEST_F (FileWorkersTest, aMoveToAnotherVolumeReportsWhatTheFileSystemMoveReports)
 {
     const juce::File otherVolume ("/dev/shm");
-    if (!otherVolume.isDirectory() || !otherVolume.hasWriteAccess())
+    if (! otherVolume.isDirectory() || ! otherVolume.hasWriteAccess())
         GTEST_SKIP() << "no second volume to move to";
 
     const auto first = makeFile ("First.wav", "first");

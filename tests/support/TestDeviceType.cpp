@@ -77,7 +77,7 @@ TestDevice::BackgroundBlocks::~BackgroundBlocks()
 
 void TestDevice::BackgroundBlocks::run()
 {
-    while (!threadShouldExit())
+    while (! threadShouldExit())
     {
         device.runBlocks (1);
         wait (1);
