@@ -66,6 +66,9 @@ Page1::Page1 (Project* projectToUse)
     for (const auto& mark : scaleMarks)
     {
         auto* label = scaleLabels.add (std::make_unique<juce::Label> (mark.name, tr (mark.text)));
+        // The marks are narrow: no border, and the text may squeeze rather than turn into dots.
+        label->setBorderSize ({});
+        label->setMinimumHorizontalScale (0.5f);
         if (mark.shownWith == 0)
             addAndMakeVisible (label);
         else

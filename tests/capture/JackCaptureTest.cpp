@@ -2,104 +2,15 @@
 // generated record into the program's inputs, and the engine, on the device that Project
 // opened, cuts it into track files.
 #include "CaptureTestSupport.h"
+#include "JackServer.h"
 #include "capture/RiaaFilter.h"
 #include "player/Record.h"
 #include "support/FakeDialogs.h"
 
 #include <gtest/gtest.h>
 
-#include <csignal>
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 namespace
 {
-constexpr int serverRate = 44100;
-constexpr int serverBlock = 512;
-
-/** A JACK server of the test's own, stopped with the test. */
-class JackServer
-{
-public:
-    JackServer (const juce::String& name, const juce::File& logFile)
-    {
-        // A long client timeout, so that a busy machine delays cycles rather than dropping a client.
-        const std::vector<std::string> arguments{ "jackd", "--no-realtime",
-                                                  "-t",    "10000",
-                                                  "-n",    name.toStdString(),
-                                                  "-d",    "dummy",
-                                                  "-r",    std::to_string (serverRate),
-                                                  "-p",    std::to_string (serverBlock),
-                                                  "-C",    "2",
-                                                  "-P",    "2" };
-        std::vector<char*> argv;
-        for (const auto& argument : arguments)
-            argv.push_back (const_cast<char*> (argument.c_str()));
-        argv.push_back (nullptr);
-        const std::string logPath = logFile.getFullPathName().toStdString();
-
-        pid = fork();
-        if (pid == 0)
-        {
-            // The server goes with the test process, even when that one dies.
-            prctl (PR_SET_PDEATHSIG, SIGTERM);
-            const int log = open (logPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-            if (log >= 0)
-            {
-                dup2 (log, 1);
-                dup2 (log, 2);
-            }
-            execvp (argv[0], argv.data());
-            _exit (127);
-        }
-    }
-
-    ~JackServer()
-    {
-        if (pid <= 0)
-            return;
-
-        ::kill (pid, SIGTERM);
-        for (int i = 0; i < 100; ++i)
-        {
-            if (waitpid (pid, nullptr, WNOHANG) == pid)
-                return;
-            juce::Thread::sleep (50);
-        }
-        ::kill (pid, SIGKILL);
-        waitpid (pid, nullptr, 0);
-    }
-
-    bool isRunning() const { return pid > 0; }
-
-private:
-    pid_t pid = -1;
-};
-
-/** Held while a JACK server starts and the program opens it, across processes. */
-class StartLock
-{
-public:
-    StartLock()
-        : descriptor (open ("/tmp/groovesmith-jack-start.lock", O_RDWR | O_CREAT, 0666))
-    {
-        if (descriptor >= 0)
-            flock (descriptor, LOCK_EX);
-    }
-
-    ~StartLock()
-    {
-        if (descriptor >= 0)
-            close (descriptor); // releases the lock
-    }
-
-private:
-    const int descriptor;
-};
-
 /** A span of the record, in frames, that one track file holds. */
 struct ExpectedTrack
 {
@@ -294,19 +205,7 @@ protected:
         ASSERT_TRUE (server->isRunning());
         ASSERT_EQ (runPlayer ({ "--probe" }), 0) << folder.getChildFile ("jackd.log").loadFileAsString();
 
-        // The user chose the JACK device on the setup page.
-        {
-            juce::PropertiesFile::Options options;
-            options.ignoreCaseOfKeyNames = true;
-            options.storageFormat = juce::PropertiesFile::storeAsXML;
-            juce::PropertiesFile settings (Project::settingsFileLocation(), options);
-            juce::XmlElement state ("DEVICESETUP");
-            state.setAttribute ("deviceType", "JACK");
-            state.setAttribute ("audioOutputDeviceName", "system");
-            state.setAttribute ("audioInputDeviceName", "system");
-            settings.setValue ("devicesettings", &state);
-            ASSERT_TRUE (settings.saveIfNeeded());
-        }
+        chooseJackDevice();
 
         project = std::make_unique<Project>();
         auto* device = project->getCurrentAudioDevice();
@@ -332,17 +231,7 @@ protected:
         folder.deleteRecursively();
     }
 
-    int runPlayer (const juce::StringArray& arguments)
-    {
-        juce::ChildProcess player;
-        juce::StringArray command (GROOVESMITH_RECORD_PLAYER);
-        command.addArray (arguments);
-        if (! player.start (command))
-            return -1;
-        playerOutput = player.readAllProcessOutput();
-        player.waitForProcessToFinish (60000);
-        return static_cast<int> (player.getExitCode());
-    }
+    int runPlayer (const juce::StringArray& arguments) { return runRecordPlayer (arguments, playerOutput); }
 
     /** Starts a capture, plays the record fast through the server, and waits for the end. */
     void captureRecord (const std::string& description, int timeoutSeconds = 120)

@@ -4,7 +4,8 @@
 //       waits until the server (JACK_DEFAULT_SERVER) takes clients, at most ten seconds.
 //   groovesmith_record_player --record DESCRIPTION [--freewheel] [--cycle-sleep-us N]
 //       finds the ports that listen to the server's capture ports, feeds them the record from
-//       the start of a cycle on instead of the capture ports, and exits once it has played it.
+//       the start of a cycle on instead of the capture ports, gives them back to the capture
+//       ports and exits once it has played it.
 //       With --freewheel the server runs as fast as the clients allow; the sleep in each cycle
 //       keeps the cycles a little apart.
 #include "Record.h"
@@ -208,6 +209,15 @@ int main (int argc, char** argv)
         // Our cycles keep their pause until the server has left freewheel.
         jack_set_freewheel (player.client, 0);
         waitForFreewheel (player, false);
+    }
+
+    // The capture ports take their place again, so that the program hears the server as before
+    // and a later record can be played the same way.
+    for (int channel = 0; channel < 2; ++channel)
+    {
+        const auto capture = "system:capture_" + std::to_string (channel + 1);
+        for (const auto& target : targets[channel])
+            jack_connect (player.client, capture.c_str(), target.c_str());
     }
 
     const bool complete = player.finished.load();

@@ -1,0 +1,156 @@
+// A rip as the user makes it: the wizard in a window under the virtual display, its device a
+// JACK server on the dummy backend into which the tests' client plays a record, driven through
+// its buttons from the first page to the track page.
+#include "CaptureTestSupport.h"
+#include "JackServer.h"
+#include "capture/Audio.h"
+#include "capture/Page1.h"
+#include "capture/TrackWriter.h"
+#include "editing/Page2.h"
+#include "support/WizardFixture.h"
+
+namespace
+{
+constexpr int second = serverRate;
+
+std::string tone (int left, int right, double amplitude, int frames)
+{
+    return "tone:" + std::to_string (left) + ":" + std::to_string (right) + ":" + std::to_string (amplitude) + ":" +
+           std::to_string (frames);
+}
+
+void saveSnapshot (juce::Component& component, const juce::String& name)
+{
+    const juce::File folder (GROOVESMITH_ARTEFACT_DIR);
+    folder.createDirectory();
+    const auto file = folder.getChildFile (name + ".png");
+    file.deleteFile();
+    juce::FileOutputStream stream (file);
+    juce::PNGImageFormat().writeImageToStream (component.createComponentSnapshot (component.getLocalBounds()), stream);
+}
+} // namespace
+
+TEST (CapturePageJack, aRecordIsRippedFromTheWizardThroughJack)
+{
+    const auto folder = testHome().getChildFile ("rips");
+    ASSERT_TRUE (folder.createDirectory());
+
+    std::unique_ptr<JackServer> server;
+    juce::String playerOutput;
+    FakeDialogs dialogs;
+    juce::DocumentWindow window ("Groove Smith", juce::Colours::lightgrey, 0, true);
+    MainComponent* wizard = nullptr;
+    {
+        const StartLock startLock;
+        const auto serverName = "groovesmith-page-" + juce::String ((int) getpid());
+        setenv ("JACK_DEFAULT_SERVER", serverName.toRawUTF8(), 1);
+        server = std::make_unique<JackServer> (serverName, folder.getChildFile ("jackd.log"));
+        ASSERT_TRUE (server->isRunning());
+        ASSERT_EQ (runRecordPlayer ({ "--probe" }, playerOutput), 0);
+        chooseJackDevice();
+
+        window.setUsingNativeTitleBar (true);
+        wizard = new MainComponent (&window);
+        window.setContentOwned (wizard, false);
+        window.centreWithSize (435, 380);
+        window.setVisible (true);
+    }
+
+    auto& project = wizard->getProject();
+    ASSERT_NE (project.getCurrentAudioDevice(), nullptr);
+    ASSERT_EQ (project.getCurrentAudioDevice()->getTypeName(), "JACK");
+    project.setRootDirectory (folder.getFullPathName());
+    project.setMinSilence (1);
+    project.setSilenceLength (3);
+
+    const auto click = [] (juce::Button& button)
+    {
+        button.triggerClick();
+        pumpMessages();
+    };
+
+    for (int i = 0; i < 3; ++i)
+        click (wizard->nextButton);
+    ASSERT_EQ (MainComponent::currentPage, 3);
+    auto& page = *wizard->page1;
+
+    // Calibrate over a quiet lead-in, played in real time as a turntable would.
+    dialogs.answer ("OK");
+    click (page.calibrateButton);
+    ASSERT_TRUE (page.isCalibrating());
+    ASSERT_EQ (runRecordPlayer ({ "--record", "noise:0.004:7:" + juce::String (6 * second) }, playerOutput), 0)
+        << playerOutput;
+    ASSERT_TRUE (pumpUntil ([&page] { return ! page.isCalibrating(); }, 30000));
+    EXPECT_EQ (project.threshold, 5);
+    EXPECT_EQ (dialogs.alerts()[0].title, "Silence threshold calibration");
+
+    // The record: three songs apart, then a silence that ends the capture.
+    const std::string record = "silence:" + std::to_string (second / 2) + "," + tone (440, 660, 0.5, 3 * second) +
+                               ",silence:" + std::to_string (2 * second) +
+                               ",noise:0.3:11:" + std::to_string (2 * second) +
+                               ",silence:" + std::to_string (2 * second) + "," + tone (330, 550, 0.4, 4 * second) +
+                               ",silence:" + std::to_string (5 * second);
+
+    click (page.captureButton);
+    ASSERT_TRUE (page.isCapturing());
+
+    juce::ChildProcess player;
+    ASSERT_TRUE (player.start (juce::StringArray{ GROOVESMITH_RECORD_PLAYER, "--record", record.c_str(), "--freewheel",
+                                                  "--cycle-sleep-us", "2000" }));
+
+    juce::StringArray shown;
+    bool savedTheCapture = false;
+    const bool ended = pumpUntil (
+        [&]
+        {
+            const auto text = page.trackCounter.isVisible() ? page.trackCounter.getText() : juce::String ("(hidden)");
+            const auto heading = text.upToFirstOccurrenceOf (" (", false, false);
+            if (shown.isEmpty() || shown[shown.size() - 1] != heading)
+                shown.add (heading);
+
+            if (! savedTheCapture && page.isCapturing() && page.leftMeter.getLevel() > 0.5f &&
+                page.waveform.getWriteIndex() > 20)
+            {
+                saveSnapshot (window, "capture-page-during-capture");
+                savedTheCapture = true;
+            }
+            return ! project.captureRunning && ! page.isCapturing();
+        },
+        120000);
+    const auto output = player.readAllProcessOutput();
+    player.waitForProcessToFinish (60000);
+    ASSERT_TRUE (ended) << shown.joinIntoString (" / ") << "\nplayer: " << output
+                        << "\njackd: " << folder.getChildFile ("jackd.log").loadFileAsString();
+    saveSnapshot (window, "capture-page-after-capture");
+
+    EXPECT_EQ (shown.joinIntoString (" / "), "Waiting... / Track 1 / Waiting... / Track 2 / Waiting... / Track 3 / "
+                                             "Waiting... / (hidden)");
+    EXPECT_TRUE (savedTheCapture);
+
+    const auto endBox = dialogs.alerts().back();
+    EXPECT_EQ (endBox.icon, juce::MessageBoxIconType::WarningIcon);
+    EXPECT_EQ (endBox.title, "End Capture");
+    EXPECT_EQ (endBox.message, "No more stream detected");
+    EXPECT_EQ (endBox.buttons, juce::StringArray ("ok"));
+    EXPECT_FALSE (endBox.onMessageThread);
+
+    ASSERT_EQ (project.trackCount(), 3);
+    for (int i = 0; i < 3; ++i)
+    {
+        const auto file = folder.getChildFile ("Track" + juce::String (i + 1) + ".wav");
+        EXPECT_EQ (project.trackPath (i), file.getFullPathName());
+        const auto contents = readWav (file);
+        ASSERT_TRUE (contents.valid) << file.getFileName();
+        EXPECT_EQ (contents.numChannels, 2);
+        EXPECT_EQ (contents.bitsPerSample, 16);
+        // Each file holds its song and up to a second of the silence after it, in whole blocks.
+        const int songs[] = { 3 * second, 2 * second, 4 * second };
+        EXPECT_GE ((int) contents.left.size(), songs[i] - serverBlock) << file.getFileName();
+        EXPECT_LE ((int) contents.left.size(), songs[i] + second + 2 * serverBlock) << file.getFileName();
+        EXPECT_EQ (contents.left.size() % serverBlock, 0u) << file.getFileName();
+    }
+
+    click (wizard->nextButton);
+    EXPECT_EQ (MainComponent::currentPage, 4);
+    EXPECT_TRUE (wizard->page2->isVisible());
+}

@@ -1,0 +1,130 @@
+#pragma once
+
+// A JACK server on the dummy backend for one test, the program's choice of it as its device, and
+// the tests' JACK client that plays a generated record into the program's inputs.
+#include "project/Project.h"
+
+#include <juce_data_structures/juce_data_structures.h>
+
+#include <csignal>
+#include <fcntl.h>
+#include <string>
+#include <sys/file.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+constexpr int serverRate = 44100;
+constexpr int serverBlock = 512;
+
+/** A JACK server of the test's own, stopped with the test. */
+class JackServer
+{
+public:
+    JackServer (const juce::String& name, const juce::File& logFile)
+    {
+        // A long client timeout, so that a busy machine delays cycles rather than dropping a client.
+        const std::vector<std::string> arguments{ "jackd", "--no-realtime",
+                                                  "-t",    "10000",
+                                                  "-n",    name.toStdString(),
+                                                  "-d",    "dummy",
+                                                  "-r",    std::to_string (serverRate),
+                                                  "-p",    std::to_string (serverBlock),
+                                                  "-C",    "2",
+                                                  "-P",    "2" };
+        std::vector<char*> argv;
+        for (const auto& argument : arguments)
+            argv.push_back (const_cast<char*> (argument.c_str()));
+        argv.push_back (nullptr);
+        const std::string logPath = logFile.getFullPathName().toStdString();
+
+        pid = fork();
+        if (pid == 0)
+        {
+            // The server goes with the test process, even when that one dies.
+            prctl (PR_SET_PDEATHSIG, SIGTERM);
+            const int log = open (logPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+            if (log >= 0)
+            {
+                dup2 (log, 1);
+                dup2 (log, 2);
+            }
+            execvp (argv[0], argv.data());
+            _exit (127);
+        }
+    }
+
+    ~JackServer()
+    {
+        if (pid <= 0)
+            return;
+
+        ::kill (pid, SIGTERM);
+        for (int i = 0; i < 100; ++i)
+        {
+            if (waitpid (pid, nullptr, WNOHANG) == pid)
+                return;
+            juce::Thread::sleep (50);
+        }
+        ::kill (pid, SIGKILL);
+        waitpid (pid, nullptr, 0);
+    }
+
+    bool isRunning() const { return pid > 0; }
+
+private:
+    pid_t pid = -1;
+};
+
+/** Held while a JACK server starts and the program opens it, across processes. */
+class StartLock
+{
+public:
+    StartLock()
+        : descriptor (open ("/tmp/groovesmith-jack-start.lock", O_RDWR | O_CREAT, 0666))
+    {
+        if (descriptor >= 0)
+            flock (descriptor, LOCK_EX);
+    }
+
+    ~StartLock()
+    {
+        if (descriptor >= 0)
+            close (descriptor); // releases the lock
+    }
+
+private:
+    const int descriptor;
+};
+
+/** Writes the settings of a user who chose the JACK device on the setup page. */
+inline void chooseJackDevice()
+{
+    juce::PropertiesFile::Options options;
+    options.ignoreCaseOfKeyNames = true;
+    options.storageFormat = juce::PropertiesFile::storeAsXML;
+    juce::PropertiesFile settings (Project::settingsFileLocation(), options);
+    juce::XmlElement state ("DEVICESETUP");
+    state.setAttribute ("deviceType", "JACK");
+    state.setAttribute ("audioOutputDeviceName", "system");
+    state.setAttribute ("audioInputDeviceName", "system");
+    settings.setValue ("devicesettings", &state);
+    settings.saveIfNeeded();
+}
+
+/** Runs the record player to its end; its exit code, or -1 when it could not start. */
+inline int runRecordPlayer (const juce::StringArray& arguments, juce::String& output)
+{
+    juce::ChildProcess player;
+    juce::StringArray command (GROOVESMITH_RECORD_PLAYER);
+    command.addArray (arguments);
+    if (! player.start (command))
+        return -1;
+    output = player.readAllProcessOutput();
+    player.waitForProcessToFinish (60000);
+    return static_cast<int> (player.getExitCode());
+}
+} // namespace
