@@ -1,4 +1,5 @@
 // Files the user brings in join the track list; a new capture empties it.
+#include "capture/TrackWriter.h"
 #include "project/Project.h"
 #include "support/FakeDialogs.h"
 
@@ -144,4 +145,24 @@ TEST_F (TrackFilesTest, aNewCaptureEmptiesTheListAndKeepsTheFiles)
     EXPECT_EQ (project.firstTrackPending, -1);
     EXPECT_EQ (project.trackCounter, 0);
     EXPECT_TRUE (project.captureStarted);
+}
+
+TEST_F (TrackFilesTest, aNewCaptureNumbersItsFilesAfresh)
+{
+    auto* writer = TrackWriter::getInstance (folder.getFullPathName(), 5, 44100);
+    ASSERT_NE (writer, nullptr);
+    EXPECT_EQ (writer->getTrackNumber(), 5);
+
+    project.resetForNewCapture();
+
+    EXPECT_EQ (TrackWriter::getInstance ({}, -1, 0), writer);
+    EXPECT_EQ (writer->getTrackNumber(), -1);
+    TrackWriter::deleteInstance();
+}
+
+TEST_F (TrackFilesTest, aNewCaptureWithNoWriterMakesNone)
+{
+    TrackWriter::deleteInstance();
+    project.resetForNewCapture();
+    EXPECT_EQ (TrackWriter::getInstance ({}, -1, 0), nullptr);
 }
