@@ -4,29 +4,12 @@
 
 MergeThread::MergeThread (const juce::File& first, const juce::File& second, const juce::File& output,
                           Project* projectForTexts)
-    : juce::ThreadWithProgressWindow (TrackStreaming::translate (projectForTexts, "Merging..."), true, true, 10000,
-                                      "Cancel"),
+    : StreamingThread (TrackStreaming::translate (projectForTexts, "Merging...")),
       firstFile (first),
       secondFile (second),
       outputFile (output),
-      transport (std::make_unique<juce::AudioTransportSource>()),
-      formatManager (std::make_unique<juce::AudioFormatManager>()),
       project (projectForTexts)
 {
-    formatManager->registerBasicFormats();
-}
-
-MergeThread::~MergeThread()
-{
-    stopThread (10000);
-    releaseReading();
-}
-
-void MergeThread::releaseReading()
-{
-    transport->setSource (nullptr);
-    readerSource.reset();
-    reader = nullptr;
 }
 
 juce::String MergeThread::appendingText (const juce::File& file) const

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <juce_audio_devices/juce_audio_devices.h>
-#include <juce_audio_formats/juce_audio_formats.h>
-#include <juce_gui_basics/juce_gui_basics.h>
+#include "editing/StreamingThread.h"
 
 class Project;
 
@@ -13,12 +11,11 @@ class Project;
     A cancel closes the output with what was written so far and deletes the first input, while
     `success` stays true: the caller goes on as after a complete merge.
 */
-class MergeThread : public juce::ThreadWithProgressWindow
+class MergeThread : public StreamingThread
 {
 public:
     MergeThread (const juce::File& first, const juce::File& second, const juce::File& output,
                  Project* projectForTexts = nullptr);
-    ~MergeThread() override;
 
     void run() override;
 
@@ -26,19 +23,10 @@ public:
     juce::File firstFile;
     juce::File secondFile;
     juce::File outputFile;
-    std::unique_ptr<juce::AudioTransportSource> transport;
-    std::unique_ptr<juce::AudioFormatReaderSource> readerSource;
-    juce::AudioFormatReader* reader = nullptr; // owned by readerSource
-    std::unique_ptr<juce::AudioFormatManager> formatManager;
-
-protected:
-    /** Puts a status line in the window; the one place the worker's texts pass through. */
-    virtual void showStatus (const juce::String& text) { setStatusMessage (text); }
 
 private:
     bool openReader (const juce::File& file);
     bool copyReader (juce::AudioFormatWriter& writer, juce::AudioSampleBuffer& buffer, juce::int64 lengthBefore);
-    void releaseReading();
     juce::String appendingText (const juce::File& file) const;
 
     std::unique_ptr<juce::AudioFormatWriter> writer;

@@ -9,6 +9,112 @@ namespace
 {
 // pi as the tables use it: the arctangent is rounded to single precision first.
 const double tablePi = 4.0 * (double) (float) std::atan (1.0);
+
+/** One pass joining half-complex spectra of D points into spectra of 2 * D points. */
+void joinPass (float* d, const float* s, int length, int D, const float* table)
+{
+    const int H = D >> 1;
+
+    for (int c = 0; c < length; c += 2 * D)
+    {
+        const float* s1 = s + c;
+        const float* s2 = s1 + D;
+        float* d1 = d + c;
+        float* d2 = d1 + D;
+
+        d1[0] = s1[0] + s2[0];
+        d2[0] = s1[0] - s2[0];
+        d1[H] = s1[H];
+        d2[H] = s2[H];
+
+        const int scalarEnd = H < 4 ? H : 4;
+
+        for (int i = 1; i < scalarEnd; ++i)
+        {
+            const float co = table[i];
+            const float si = table[H - i];
+
+            float v = s2[i] * co - s2[H + i] * si;
+            d1[i] = s1[i] + v;
+            d1[D - i] = s1[i] - v;
+
+            v = s2[i] * si + s2[H + i] * co;
+            d2[i] = v + s1[H + i];
+            d2[D - i] = v - s1[H + i];
+        }
+
+        for (int i = 4; i < H; i += 4)
+        {
+            const auto co = FloatVector::load (table + i);
+            const auto si = FloatVector::load (table + H - i - 3).reversed();
+            const auto a = FloatVector::load (s1 + i);
+            const auto b = FloatVector::load (s1 + H + i);
+            const auto c2 = FloatVector::load (s2 + i);
+            const auto e = FloatVector::load (s2 + H + i);
+
+            const auto v = c2 * co - e * si;
+            (a + v).store (d1 + i);
+            (a - v).reversed().store (d1 + D - i - 3);
+
+            const auto w = c2 * si + e * co;
+            (w + b).store (d2 + i);
+            (w - b).reversed().store (d2 + D - i - 3);
+        }
+    }
+}
+
+/** The inverse of joinPass, times two. */
+void splitPass (float* d, const float* s, int length, int D, const float* table)
+{
+    const int H = D >> 1;
+
+    for (int c = 0; c < length; c += 2 * D)
+    {
+        const float* s1 = s + c;
+        const float* s2 = s1 + D;
+        float* d1 = d + c;
+        float* d2 = d1 + D;
+
+        d1[0] = s1[0] + s2[0];
+        d2[0] = s1[0] - s2[0];
+        d1[H] = s1[H] * 2.0f;
+        d2[H] = s2[H] * 2.0f;
+
+        const int scalarEnd = H < 4 ? H : 4;
+
+        for (int i = 1; i < scalarEnd; ++i)
+        {
+            const float co = table[i];
+            const float si = table[H - i];
+
+            d1[i] = s1[i] + s1[D - i];
+            d1[H + i] = s2[i] - s2[D - i];
+
+            const float vr = s1[i] - s1[D - i];
+            const float vi = s2[i] + s2[D - i];
+            d2[i] = vr * co + vi * si;
+            d2[H + i] = vi * co - vr * si;
+        }
+
+        for (int i = 4; i < H; i += 4)
+        {
+            const auto co = FloatVector::load (table + i);
+            const auto si = FloatVector::load (table + H - i - 3).reversed();
+            const auto p = FloatVector::load (s1 + i);
+            const auto q = FloatVector::load (s1 + D - i - 3).reversed();
+            const auto r = FloatVector::load (s2 + i);
+            const auto t = FloatVector::load (s2 + D - i - 3).reversed();
+
+            (p + q).store (d1 + i);
+            (r - t).store (d1 + H + i);
+
+            const auto vr = p - q;
+            const auto vi = r + t;
+            (vr * co + vi * si).store (d2 + i);
+            (vi * co - vr * si).store (d2 + H + i);
+        }
+    }
+}
 } // namespace
 
 float RealFFT::tableCosine (int level, int i)
@@ -142,37 +248,7 @@ void RealFFT::forwardPassesSmall (float* f, const float* x)
     for (int pass = 3; pass < bitCount; ++pass)
     {
         std::swap (d, s);
-
-        const int D = 1 << pass;
-        const int H = D >> 1;
-        const float* table = cosineTable + sectionStart (pass - 1);
-
-        for (int c = 0; c < length; c += 2 * D)
-        {
-            const float* s1 = s + c;
-            const float* s2 = s1 + D;
-            float* d1 = d + c;
-            float* d2 = d1 + D;
-
-            d1[0] = s1[0] + s2[0];
-            d2[0] = s1[0] - s2[0];
-            d1[H] = s1[H];
-            d2[H] = s2[H];
-
-            for (int i = 1; i < H; ++i)
-            {
-                const float co = table[i];
-                const float si = table[H - i];
-
-                float v = s2[i] * co - s2[H + i] * si;
-                d1[i] = s1[i] + v;
-                d1[D - i] = s1[i] - v;
-
-                v = s2[i] * si + s2[H + i] * co;
-                d2[i] = v + s1[H + i];
-                d2[D - i] = v - s1[H + i];
-            }
-        }
+        joinPass (d, s, length, 1 << pass, cosineTable + sectionStart (pass - 1));
     }
 }
 
@@ -220,37 +296,7 @@ void RealFFT::inversePassesSmall (const float* f, float* x)
 
     for (int pass = bitCount - 1; pass >= 3; --pass)
     {
-        const int D = 1 << pass;
-        const int H = D >> 1;
-        const float* table = cosineTable + sectionStart (pass - 1);
-
-        for (int c = 0; c < length; c += 2 * D)
-        {
-            const float* s1 = s + c;
-            const float* s2 = s1 + D;
-            float* d1 = d + c;
-            float* d2 = d1 + D;
-
-            d1[0] = s1[0] + s2[0];
-            d2[0] = s1[0] - s2[0];
-            d1[H] = s1[H] * 2.0f;
-            d2[H] = s2[H] * 2.0f;
-
-            for (int i = 1; i < H; ++i)
-            {
-                const float co = table[i];
-                const float si = table[H - i];
-
-                d1[i] = s1[i] + s1[D - i];
-                d1[H + i] = s2[i] - s2[D - i];
-
-                const float vr = s1[i] - s1[D - i];
-                const float vi = s2[i] + s2[D - i];
-                d2[i] = vr * co + vi * si;
-                d2[H + i] = vi * co - vr * si;
-            }
-        }
-
+        splitPass (d, s, length, 1 << pass, cosineTable + sectionStart (pass - 1));
         s = d;
         std::swap (d, spare);
     }
@@ -300,111 +346,6 @@ namespace
 /** Position j of a group of eight reads input k * N / 8, with k = j's three bits reversed. */
 constexpr int reversed3[] = { 0, 4, 2, 6, 1, 5, 3, 7 };
 
-/** One pass joining half-complex spectra of D points into spectra of 2 * D points. */
-void joinPass (float* d, const float* s, int length, int D, const float* table)
-{
-    const int H = D >> 1;
-
-    for (int c = 0; c < length; c += 2 * D)
-    {
-        const float* s1 = s + c;
-        const float* s2 = s1 + D;
-        float* d1 = d + c;
-        float* d2 = d1 + D;
-
-        d1[0] = s1[0] + s2[0];
-        d2[0] = s1[0] - s2[0];
-        d1[H] = s1[H];
-        d2[H] = s2[H];
-
-        const int scalarEnd = H < 4 ? H : 4;
-
-        for (int i = 1; i < scalarEnd; ++i)
-        {
-            const float co = table[i];
-            const float si = table[H - i];
-
-            float v = s2[i] * co - s2[H + i] * si;
-            d1[i] = s1[i] + v;
-            d1[D - i] = s1[i] - v;
-
-            v = s2[i] * si + s2[H + i] * co;
-            d2[i] = v + s1[H + i];
-            d2[D - i] = v - s1[H + i];
-        }
-
-        for (int i = 4; i < H; i += 4)
-        {
-            const auto co = FloatVector::load (table + i);
-            const auto si = FloatVector::load (table + H - i - 3).reversed();
-            const auto a = FloatVector::load (s1 + i);
-            const auto b = FloatVector::load (s1 + H + i);
-            const auto c2 = FloatVector::load (s2 + i);
-            const auto e = FloatVector::load (s2 + H + i);
-
-            const auto v = c2 * co - e * si;
-            (a + v).store (d1 + i);
-            (a - v).reversed().store (d1 + D - i - 3);
-
-            const auto w = c2 * si + e * co;
-            (w + b).store (d2 + i);
-            (w - b).reversed().store (d2 + D - i - 3);
-        }
-    }
-}
-
-/** The inverse of joinPass, times two. */
-void splitPass (float* d, const float* s, int length, int D, const float* table)
-{
-    const int H = D >> 1;
-
-    for (int c = 0; c < length; c += 2 * D)
-    {
-        const float* s1 = s + c;
-        const float* s2 = s1 + D;
-        float* d1 = d + c;
-        float* d2 = d1 + D;
-
-        d1[0] = s1[0] + s2[0];
-        d2[0] = s1[0] - s2[0];
-        d1[H] = s1[H] * 2.0f;
-        d2[H] = s2[H] * 2.0f;
-
-        const int scalarEnd = H < 4 ? H : 4;
-
-        for (int i = 1; i < scalarEnd; ++i)
-        {
-            const float co = table[i];
-            const float si = table[H - i];
-
-            d1[i] = s1[i] + s1[D - i];
-            d1[H + i] = s2[i] - s2[D - i];
-
-            const float vr = s1[i] - s1[D - i];
-            const float vi = s2[i] + s2[D - i];
-            d2[i] = vr * co + vi * si;
-            d2[H + i] = vi * co - vr * si;
-        }
-
-        for (int i = 4; i < H; i += 4)
-        {
-            const auto co = FloatVector::load (table + i);
-            const auto si = FloatVector::load (table + H - i - 3).reversed();
-            const auto p = FloatVector::load (s1 + i);
-            const auto q = FloatVector::load (s1 + D - i - 3).reversed();
-            const auto r = FloatVector::load (s2 + i);
-            const auto t = FloatVector::load (s2 + D - i - 3).reversed();
-
-            (p + q).store (d1 + i);
-            (r - t).store (d1 + H + i);
-
-            const auto vr = p - q;
-            const auto vi = r + t;
-            (vr * co + vi * si).store (d2 + i);
-            (vi * co - vr * si).store (d2 + H + i);
-        }
-    }
-}
 /** joinPass for D = 8: each group of 16 in two pairs of vectors, lane 0 and the middle entries
     handled by moving single lanes. */
 void joinPass8 (float* d, const float* s, int length, const float* table)

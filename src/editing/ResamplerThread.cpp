@@ -3,30 +3,13 @@
 #include "editing/TrackStreaming.h"
 
 ResamplerThread::ResamplerThread (juce::File* input, juce::File* output, double ratioToUse, Project* projectForTexts)
-    : juce::ThreadWithProgressWindow (TrackStreaming::translate (projectForTexts, "Resampling..."), true, true, 10000,
-                                      "Cancel"),
+    : StreamingThread (TrackStreaming::translate (projectForTexts, "Resampling...")),
       inputFile (input),
       success (input != nullptr),
       inPlace (output == nullptr),
-      ratio (ratioToUse),
-      transport (std::make_unique<juce::AudioTransportSource>()),
-      formatManager (std::make_unique<juce::AudioFormatManager>())
+      ratio (ratioToUse)
 {
     outputFile = inPlace ? juce::File::createTempFile (".wav") : *output;
-    formatManager->registerBasicFormats();
-}
-
-ResamplerThread::~ResamplerThread()
-{
-    stopThread (10000);
-    releaseReading();
-}
-
-void ResamplerThread::releaseReading()
-{
-    transport->setSource (nullptr);
-    readerSource.reset();
-    reader = nullptr;
 }
 
 void ResamplerThread::run()

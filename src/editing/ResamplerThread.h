@@ -1,8 +1,6 @@
 #pragma once
 
-#include <juce_audio_devices/juce_audio_devices.h>
-#include <juce_audio_formats/juce_audio_formats.h>
-#include <juce_gui_basics/juce_gui_basics.h>
+#include "editing/StreamingThread.h"
 
 class Project;
 
@@ -13,11 +11,10 @@ class Project;
 
     A cancel deletes the output and the input, while `success` stays true.
 */
-class ResamplerThread : public juce::ThreadWithProgressWindow
+class ResamplerThread : public StreamingThread
 {
 public:
     ResamplerThread (juce::File* input, juce::File* output, double ratio, Project* projectForTexts = nullptr);
-    ~ResamplerThread() override;
 
     void run() override;
 
@@ -26,18 +23,8 @@ public:
     bool success;
     bool inPlace;
     double ratio;
-    std::unique_ptr<juce::AudioTransportSource> transport;
-    std::unique_ptr<juce::AudioFormatReaderSource> readerSource;
-    juce::AudioFormatReader* reader = nullptr; // owned by readerSource
-    std::unique_ptr<juce::AudioFormatManager> formatManager;
-
-protected:
-    /** Puts a status line in the window; the one place the worker's texts pass through. */
-    virtual void showStatus (const juce::String& text) { setStatusMessage (text); }
 
 private:
-    void releaseReading();
-
     JUCE_DECLARE_NON_COPYABLE (ResamplerThread)
 };
 

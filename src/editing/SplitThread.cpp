@@ -4,30 +4,13 @@
 
 SplitThread::SplitThread (const juce::File& source, double seconds, const juce::File& start, const juce::File& end,
                           Project* projectForTexts)
-    : juce::ThreadWithProgressWindow (TrackStreaming::translate (projectForTexts, "Splitting..."), true, true, 10000,
-                                      "Cancel"),
+    : StreamingThread (TrackStreaming::translate (projectForTexts, "Splitting...")),
       sourceFile (source),
       startFile (start),
       endFile (end),
       splitPosition (seconds),
-      transport (std::make_unique<juce::AudioTransportSource>()),
-      formatManager (std::make_unique<juce::AudioFormatManager>()),
       project (projectForTexts)
 {
-    formatManager->registerBasicFormats();
-}
-
-SplitThread::~SplitThread()
-{
-    stopThread (10000);
-    releaseReading();
-}
-
-void SplitThread::releaseReading()
-{
-    transport->setSource (nullptr);
-    readerSource.reset();
-    reader = nullptr;
 }
 
 juce::String SplitThread::positionText (double sampleNumber, double rate)
@@ -44,6 +27,18 @@ juce::String SplitThread::positionText (double sampleNumber, double rate)
 
     text << rest << "." << (hundredths <= 9 ? "0" : "") << hundredths;
     return text;
+}
+
+bool SplitThread::stoppedByCancel (std::unique_ptr<juce::AudioFormatWriter>& writer, const juce::File& part)
+{
+    if (! threadShouldExit())
+        return false;
+
+    writer.reset();
+    releaseReading();
+    part.deleteFile();
+    success = false;
+    return true;
 }
 
 void SplitThread::run()
@@ -106,14 +101,8 @@ void SplitThread::run()
             break;
     }
 
-    if (threadShouldExit())
-    {
-        writer.reset();
-        releaseReading();
-        startFile.deleteFile();
-        success = false;
+    if (stoppedByCancel (writer, startFile))
         return;
-    }
 
     writer = TrackStreaming::createWriter (endFile);
 
@@ -141,14 +130,8 @@ void SplitThread::run()
             break;
     }
 
-    if (threadShouldExit())
-    {
-        writer.reset();
-        releaseReading();
-        endFile.deleteFile();
-        success = false;
+    if (stoppedByCancel (writer, endFile))
         return;
-    }
 
     writer.reset();
     releaseReading();

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <juce_audio_devices/juce_audio_devices.h>
-#include <juce_audio_formats/juce_audio_formats.h>
-#include <juce_gui_basics/juce_gui_basics.h>
+#include "editing/StreamingThread.h"
 
 class Project;
 
@@ -11,12 +9,11 @@ class Project;
     progress window with Cancel. The start part ends exactly at the position; the end part is
     written in whole blocks of 960 samples, so it ends in silence.
 */
-class SplitThread : public juce::ThreadWithProgressWindow
+class SplitThread : public StreamingThread
 {
 public:
     SplitThread (const juce::File& source, double seconds, const juce::File& start, const juce::File& end,
                  Project* projectForTexts = nullptr);
-    ~SplitThread() override;
 
     void run() override;
 
@@ -30,17 +27,10 @@ public:
     juce::File endFile;
     double splitPosition; // seconds, then a sample number once the reader is open
     double sampleRate = 0.0;
-    std::unique_ptr<juce::AudioTransportSource> transport;
-    std::unique_ptr<juce::AudioFormatReaderSource> readerSource;
-    juce::AudioFormatReader* reader = nullptr; // owned by readerSource
-    std::unique_ptr<juce::AudioFormatManager> formatManager;
-
-protected:
-    /** Puts a status line in the window; the one place the worker's texts pass through. */
-    virtual void showStatus (const juce::String& text) { setStatusMessage (text); }
 
 private:
-    void releaseReading();
+    /** After a Cancel, closes and deletes the part being written and fails; true then. */
+    bool stoppedByCancel (std::unique_ptr<juce::AudioFormatWriter>& writer, const juce::File& part);
 
     Project* project;
 

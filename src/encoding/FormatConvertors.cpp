@@ -5,9 +5,7 @@
 FormatConvertorThread::FormatConvertorThread (const juce::String& title, const juce::String& sourceToRead,
                                               const juce::String& destinationToWrite,
                                               std::unique_ptr<juce::AudioFormat> formatToWrite, int bits, int quality)
-    : juce::ThreadWithProgressWindow (title, true, true, convertorCancellingTimeOutMs, convertorCancelText),
-      source (sourceToRead),
-      destination (destinationToWrite),
+    : ConvertorThread (title, sourceToRead, destinationToWrite, true),
       format (std::move (formatToWrite)),
       bitsPerSample (bits),
       qualityOptionIndex (quality)
@@ -66,31 +64,7 @@ void FormatConvertorThread::run()
     int* const buffers[] = { left.get(), right.get() };
     const int* samples[] = { left.get(), right.get() };
 
-    const auto length = reader->lengthInSamples;
-
-    for (juce::int64 position = 0; position < length; position += convertorChunkSamples)
-    {
-        if (threadShouldExit())
-        {
-            reader.reset();
-            writer.reset();
-            destinationFile.deleteFile();
-            result = false;
-            return;
-        }
-
-        setProgress ((double) position / (double) length);
-
-        if (! reader->read (buffers, 2, position, convertorChunkSamples, true))
-        {
-            result = false;
-            break;
-        }
-
-        writer->write (samples, (int) juce::jmin ((juce::int64) convertorChunkSamples, length - position));
-    }
-
-    setProgress (1.0);
+    copyInChunks (reader, writer, destinationFile, buffers, [&] (int count) { writer->write (samples, count); });
 }
 
 //==============================================================================
@@ -110,26 +84,4 @@ OggConvertorThread::OggConvertorThread (const juce::String& source, const juce::
     : FormatConvertorThread (project->translate ("Converting to ogg..."), source, destination,
                              std::make_unique<juce::OggVorbisAudioFormat>(), 32, mediumQualityIndex)
 {
-}
-
-//==============================================================================
-bool AiffConvertor::convert (juce::String source, juce::String destination, Project* project)
-{
-    AiffConvertorThread thread (source, destination, project);
-    thread.runThread (juce::Thread::Priority::normal);
-    return thread.result;
-}
-
-bool FlacConvertor::convert (juce::String source, juce::String destination, Project* project)
-{
-    FlacConvertorThread thread (source, destination, project);
-    thread.runThread (juce::Thread::Priority::normal);
-    return thread.result;
-}
-
-bool OggConvertor::convert (juce::String source, juce::String destination, Project* project)
-{
-    OggConvertorThread thread (source, destination, project);
-    thread.runThread (juce::Thread::Priority::normal);
-    return thread.result;
 }

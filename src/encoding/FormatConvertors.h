@@ -1,26 +1,19 @@
 #pragma once
 
-#include "encoding/Convertor.h"
-
-#include <juce_audio_formats/juce_audio_formats.h>
-#include <juce_gui_basics/juce_gui_basics.h>
+#include "encoding/ConvertorThread.h"
 
 /**
     The worker shared by the AIFF, FLAC and Ogg Vorbis convertors: it copies a WAV file's
     samples, chunk by chunk and untouched, into the format's writer. The writer is always told
     44100 Hz and two channels, whatever the source is.
 */
-class FormatConvertorThread : public juce::ThreadWithProgressWindow
+class FormatConvertorThread : public ConvertorThread
 {
 public:
     void run() override;
 
     /** The status line: the source's name less the last four characters, whatever they are. */
     static juce::String statusFor (const juce::String& source);
-
-    juce::String source;      // the WAV file to read
-    juce::String destination; // the file to write
-    bool result = true;
 
 protected:
     FormatConvertorThread (const juce::String& title, const juce::String& source, const juce::String& destination,
@@ -59,20 +52,6 @@ public:
 };
 
 //==============================================================================
-class AiffConvertor : public Convertor
-{
-public:
-    bool convert (juce::String source, juce::String destination, Project* project) override;
-};
-
-class FlacConvertor : public Convertor
-{
-public:
-    bool convert (juce::String source, juce::String destination, Project* project) override;
-};
-
-class OggConvertor : public Convertor
-{
-public:
-    bool convert (juce::String source, juce::String destination, Project* project) override;
-};
+using AiffConvertor = ThreadedConvertor<AiffConvertorThread>;
+using FlacConvertor = ThreadedConvertor<FlacConvertorThread>;
+using OggConvertor = ThreadedConvertor<OggConvertorThread>;

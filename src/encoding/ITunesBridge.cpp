@@ -11,6 +11,21 @@ ITunesBridge::ITunesBridge()
 
 void ITunesBridge::hideWindow() {}
 
+std::unique_ptr<ITunesBridge> ITunesBridge::withEncoderFor (int format)
+{
+    auto bridge = std::make_unique<ITunesBridge>();
+    hideWindow();
+
+    if (bridge->prepareEncoder (format) == -1)
+    {
+        bridge->restoreEncoder();
+        return nullptr;
+    }
+
+    hideWindow();
+    return bridge;
+}
+
 int ITunesBridge::prepareEncoder (int)
 {
     return state == -1 ? -1 : 0;

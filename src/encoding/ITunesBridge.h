@@ -19,6 +19,10 @@ public:
     /** Keeps iTunes' own window out of sight; nothing to do where there is no iTunes. */
     static void hideWindow();
 
+    /** A new connection with its encoder set for `format`, iTunes' window hidden before and
+        after; null when the encoder cannot be set, after restoring it. */
+    static std::unique_ptr<ITunesBridge> withEncoderFor (int format);
+
     int prepareEncoder (int format);
     int convertFile (const juce::String& source, const juce::String& destination);
     int restoreEncoder();

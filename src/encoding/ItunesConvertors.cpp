@@ -5,10 +5,8 @@
 
 ItunesConvertorThread::ItunesConvertorThread (const juce::String& title, const juce::String& sourceToRead,
                                               const juce::String& destinationToWrite, Project* owner, bool withStatus)
-    : juce::ThreadWithProgressWindow (title, true, true, convertorCancellingTimeOutMs, convertorCancelText),
+    : ConvertorThread (title, sourceToRead, destinationToWrite, true),
       project (owner),
-      source (sourceToRead),
-      destination (destinationToWrite),
       format (owner->outputFormat),
       showsStatus (withStatus)
 {
@@ -22,17 +20,14 @@ void ItunesConvertorThread::run()
     if (! result)
         return;
 
-    auto bridge = std::make_unique<ITunesBridge>();
-    ITunesBridge::hideWindow();
+    auto bridge = ITunesBridge::withEncoderFor (format);
 
-    if (bridge->prepareEncoder (format) == -1)
+    if (bridge == nullptr)
     {
         result = false;
-        bridge->restoreEncoder();
         return;
     }
 
-    ITunesBridge::hideWindow();
     // A failed conversion has told the user already; the run finds no file and goes on.
     if (bridge->convertFile (source, destination) == -1)
         return;
@@ -69,26 +64,4 @@ AppleLosslessConvertorThread::AppleLosslessConvertorThread (const juce::String& 
 Mp3ConvertorThread::Mp3ConvertorThread (const juce::String& source, const juce::String& destination, Project* project)
     : ItunesConvertorThread (project->translate ("Converting to mp3..."), source, destination, project, true)
 {
-}
-
-//==============================================================================
-bool AacConvertor::convert (juce::String source, juce::String destination, Project* project)
-{
-    AacConvertorThread thread (source, destination, project);
-    thread.runThread (juce::Thread::Priority::normal);
-    return thread.result;
-}
-
-bool AppleLosslessConvertor::convert (juce::String source, juce::String destination, Project* project)
-{
-    AppleLosslessConvertorThread thread (source, destination, project);
-    thread.runThread (juce::Thread::Priority::normal);
-    return thread.result;
-}
-
-bool Mp3Convertor::convert (juce::String source, juce::String destination, Project* project)
-{
-    Mp3ConvertorThread thread (source, destination, project);
-    thread.runThread (juce::Thread::Priority::normal);
-    return thread.result;
 }

@@ -1,23 +1,18 @@
 #pragma once
 
-#include "encoding/Convertor.h"
-
-#include <juce_gui_basics/juce_gui_basics.h>
+#include "encoding/ConvertorThread.h"
 
 /**
     The worker of the formats that iTunes writes: AAC, Apple Lossless and MP3. iTunes converts
     the file in one piece, so there are no chunks, no progress and no polled Cancel.
 */
-class ItunesConvertorThread : public juce::ThreadWithProgressWindow
+class ItunesConvertorThread : public ConvertorThread
 {
 public:
     void run() override;
 
     Project* project;
-    juce::String source;
-    juce::String destination;
     int format; // the output format when the worker was made
-    bool result = true;
 
 protected:
     ItunesConvertorThread (const juce::String& title, const juce::String& source, const juce::String& destination,
@@ -48,20 +43,6 @@ public:
 };
 
 //==============================================================================
-class AacConvertor : public Convertor
-{
-public:
-    bool convert (juce::String source, juce::String destination, Project* project) override;
-};
-
-class AppleLosslessConvertor : public Convertor
-{
-public:
-    bool convert (juce::String source, juce::String destination, Project* project) override;
-};
-
-class Mp3Convertor : public Convertor
-{
-public:
-    bool convert (juce::String source, juce::String destination, Project* project) override;
-};
+using AacConvertor = ThreadedConvertor<AacConvertorThread>;
+using AppleLosslessConvertor = ThreadedConvertor<AppleLosslessConvertorThread>;
+using Mp3Convertor = ThreadedConvertor<Mp3ConvertorThread>;

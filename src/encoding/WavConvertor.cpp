@@ -17,21 +17,10 @@ void floatsToInt16 (const float* source, juce::int16* destination, int count)
 }
 } // namespace
 
-bool WavConvertor::convert (juce::String source, juce::String destination, Project* project)
-{
-    WavConvertorThread thread (source, destination, project);
-    thread.runThread (juce::Thread::Priority::normal);
-    return thread.result;
-}
-
-//==============================================================================
 WavConvertorThread::WavConvertorThread (const juce::String& sourceToRead, const juce::String& destinationToWrite,
                                         Project* owner)
-    : juce::ThreadWithProgressWindow (owner->translate ("Converting to WAV..."), true, true,
-                                      convertorCancellingTimeOutMs, convertorCancelText),
+    : ConvertorThread (owner->translate ("Converting to WAV..."), sourceToRead, destinationToWrite, false),
       project (owner),
-      source (sourceToRead),
-      destination (destinationToWrite),
       format (owner->outputFormat)
 {
 }
@@ -104,72 +93,46 @@ void WavConvertorThread::decode()
     const int* readOutput[] = { readLeft.get(), readRight.get() };
     const int* wideOutput[] = { wideLeft.get(), wideRight.get() };
 
-    const auto length = reader->lengthInSamples;
-
-    for (juce::int64 position = 0; position < length; position += convertorChunkSamples)
+    const auto writeChunk = [&] (int count)
     {
-        if (threadShouldExit())
+        if (! reader->usesFloatingPointData)
         {
-            reader.reset();
-            writer.reset();
-            destinationFile.deleteFile();
-            result = false;
+            writer->write (readOutput, count);
             return;
         }
 
-        setProgress ((double) position / (double) length);
+        // The buffers hold floats: bring them to 16 bits, then to the left-justified 32-bit
+        // integers the writer takes. A mono source fills both channels.
+        floatsToInt16 (reinterpret_cast<const float*> (readLeft.get()), shortLeft.get(), convertorChunkSamples);
+        const bool stereo = reader->numChannels >= 2;
+        if (stereo)
+            floatsToInt16 (reinterpret_cast<const float*> (readRight.get()), shortRight.get(), convertorChunkSamples);
 
-        if (! reader->read (readBuffers, 2, position, convertorChunkSamples, true))
+        const juce::int16* right = stereo ? shortRight.get() : shortLeft.get();
+        for (int i = 0; i < convertorChunkSamples; ++i)
         {
-            result = false;
-            break;
+            wideLeft[i] = shortLeft[i] * 65536;
+            wideRight[i] = right[i] * 65536;
         }
 
-        const auto count = (int) juce::jmin ((juce::int64) convertorChunkSamples, length - position);
+        writer->write (wideOutput, count);
+    };
 
-        if (reader->usesFloatingPointData)
-        {
-            // The buffers hold floats: bring them to 16 bits, then to the left-justified
-            // 32-bit integers the writer takes. A mono source fills both channels.
-            floatsToInt16 (reinterpret_cast<const float*> (readLeft.get()), shortLeft.get(), convertorChunkSamples);
-            const bool stereo = reader->numChannels >= 2;
-            if (stereo)
-                floatsToInt16 (reinterpret_cast<const float*> (readRight.get()), shortRight.get(),
-                               convertorChunkSamples);
-
-            const juce::int16* right = stereo ? shortRight.get() : shortLeft.get();
-            for (int i = 0; i < convertorChunkSamples; ++i)
-            {
-                wideLeft[i] = shortLeft[i] * 65536;
-                wideRight[i] = right[i] * 65536;
-            }
-
-            writer->write (wideOutput, count);
-        }
-        else
-        {
-            writer->write (readOutput, count);
-        }
-    }
-
-    setProgress (1.0);
+    copyInChunks (reader, writer, destinationFile, readBuffers, writeChunk);
 }
 
 void WavConvertorThread::sendToItunes()
 {
     setStatusMessage ("Sending track to iTunes...");
 
-    auto bridge = std::make_unique<ITunesBridge>();
-    ITunesBridge::hideWindow();
+    auto bridge = ITunesBridge::withEncoderFor (format);
 
-    if (bridge->prepareEncoder (format) == -1)
+    if (bridge == nullptr)
     {
         result = false;
-        bridge->restoreEncoder();
         return;
     }
 
-    ITunesBridge::hideWindow();
     setProgress (1.0);
 
     if (bridge->convertFile (source, destination) == -1)

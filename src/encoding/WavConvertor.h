@@ -1,23 +1,13 @@
 #pragma once
 
-#include "encoding/Convertor.h"
-
-#include <juce_gui_basics/juce_gui_basics.h>
-
-/** Makes a 16-bit stereo WAV file out of any other audio file: the program's way to get a file
-    that the track page and the other convertors can read. */
-class WavConvertor : public Convertor
-{
-public:
-    bool convert (juce::String source, juce::String destination, Project* project) override;
-};
+#include "encoding/ConvertorThread.h"
 
 /**
     The worker of WavConvertor. Ogg Vorbis, FLAC and AIFF sources are decoded here, at the
     source's own sample rate; every other source goes to iTunes, which reads what the program
-    cannot.
+    cannot, and may move the file and change `destination`.
 */
-class WavConvertorThread : public juce::ThreadWithProgressWindow
+class WavConvertorThread : public ConvertorThread
 {
 public:
     WavConvertorThread (const juce::String& source, const juce::String& destination, Project* project);
@@ -28,10 +18,7 @@ public:
     static bool decodesItself (const juce::String& source);
 
     Project* project;
-    juce::String source;
-    juce::String destination; // the iTunes path may move the file and change this
-    int format;               // the output format when the worker was made
-    bool result = false;
+    int format; // the output format when the worker was made
 
 private:
     void decode();
@@ -39,3 +26,7 @@ private:
 
     JUCE_DECLARE_NON_COPYABLE (WavConvertorThread)
 };
+
+/** Makes a 16-bit stereo WAV file out of any other audio file: the program's way to get a file
+    that the track page and the other convertors can read. */
+using WavConvertor = ThreadedConvertor<WavConvertorThread>;

@@ -1,0 +1,41 @@
+#include "encoding/ConvertorThread.h"
+
+ConvertorThread::ConvertorThread (const juce::String& title, const juce::String& sourceToRead,
+                                  const juce::String& destinationToWrite, bool initialResult)
+    : juce::ThreadWithProgressWindow (title, true, true, convertorCancellingTimeOutMs, convertorCancelText),
+      source (sourceToRead),
+      destination (destinationToWrite),
+      result (initialResult)
+{
+}
+
+void ConvertorThread::copyInChunks (std::unique_ptr<juce::AudioFormatReader>& reader,
+                                    std::unique_ptr<juce::AudioFormatWriter>& writer, const juce::File& destinationFile,
+                                    int* const* buffers, const std::function<void (int count)>& writeChunk)
+{
+    const auto length = reader->lengthInSamples;
+
+    for (juce::int64 position = 0; position < length; position += convertorChunkSamples)
+    {
+        if (threadShouldExit())
+        {
+            reader.reset();
+            writer.reset();
+            destinationFile.deleteFile();
+            result = false;
+            return;
+        }
+
+        setProgress ((double) position / (double) length);
+
+        if (! reader->read (buffers, 2, position, convertorChunkSamples, true))
+        {
+            result = false;
+            break;
+        }
+
+        writeChunk ((int) juce::jmin ((juce::int64) convertorChunkSamples, length - position));
+    }
+
+    setProgress (1.0);
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "encoding/Convertor.h"
+
+#include <juce_audio_formats/juce_audio_formats.h>
+#include <juce_gui_basics/juce_gui_basics.h>
+
+#include <functional>
+
+/**
+    The base of the convertors' workers: a progress window with the worker's title and an
+    untranslated Cancel, the file to read, the file to write and the answer.
+*/
+class ConvertorThread : public juce::ThreadWithProgressWindow
+{
+public:
+    juce::String source;
+    juce::String destination;
+    bool result;
+
+protected:
+    ConvertorThread (const juce::String& title, const juce::String& source, const juce::String& destination,
+                     bool initialResult);
+
+    /** Reads the whole source, two channels of convertorChunkSamples at a time, into `buffers`,
+        and passes each chunk's count of frames to `writeChunk`. A Cancel closes both files,
+        deletes the destination and fails; a failed read fails but keeps what was written. */
+    void copyInChunks (std::unique_ptr<juce::AudioFormatReader>& reader,
+                       std::unique_ptr<juce::AudioFormatWriter>& writer, const juce::File& destinationFile,
+                       int* const* buffers, const std::function<void (int count)>& writeChunk);
+
+private:
+    JUCE_DECLARE_NON_COPYABLE (ConvertorThread)
+};
+
+/** The convertor whose whole work is one run of a `Worker`, made from the same three
+    arguments; it answers the worker's result. */
+template <typename Worker>
+class ThreadedConvertor : public Convertor
+{
+public:
+    bool convert (juce::String source, juce::String destination, Project* project) override
+    {
+        Worker thread (source, destination, project);
+        thread.runThread (juce::Thread::Priority::normal);
+        return thread.result;
+    }
+};
