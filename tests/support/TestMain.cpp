@@ -36,6 +36,11 @@ int main (int argc, char** argv)
     setenv ("XDG_DOCUMENTS_DIR", (home + "/Documents").c_str(), 1);
     setenv ("GROOVESMITH_TEST_HOME", home.c_str(), 1);
 
+    // Temporary files too stay apart from those of tests running beside this one.
+    const auto temporary = home + "/tmp";
+    juce::File (temporary).createDirectory();
+    setenv ("TMPDIR", temporary.c_str(), 1);
+
     // JUCE readies Xlib for threads and installs its X error handlers only when it runs as an
     // application, as the program does. Without them the first window under a virtual display
     // with no window manager ends the process (a BadAtom error on WM_STATE).
