@@ -39,8 +39,12 @@ int AudioCallback::getSameMillisecondCount()
     return sameMillisecondCount;
 }
 
-void AudioCallback::audioDeviceAboutToStart (juce::AudioIODevice*)
+void AudioCallback::audioDeviceAboutToStart (juce::AudioIODevice* device)
 {
+    // The copy of each block is made ready here, so that blocks of the device's size need no
+    // allocation on the audio thread.
+    privateBlock.setSize (2, device != nullptr ? juce::jmax (1, device->getCurrentBufferSizeSamples()) : 4096);
+
     // Every run starts from zeroed filters, built for the rate this callback was made with.
     const auto highPass = juce::IIRCoefficients::makeHighPass (sampleRate, rumbleFrequency);
     rumbleLeft = std::make_unique<juce::IIRFilter>();
@@ -135,10 +139,18 @@ void AudioCallback::audioDeviceIOCallback (const float* const* inputs, int numIn
     if (left == nullptr || right == nullptr)
         return;
 
-    // The block is filtered in place in the device's own buffers.
-    float* channels[2] = { const_cast<float*> (left), const_cast<float*> (right) };
-    auto block = std::make_unique<juce::AudioBuffer<float>> (channels, 2, numSamples);
+    // The device's input buffers are not ours to change: under JACK they are the buffers of the
+    // ports that feed us, which other clients read too and which a driver that pauses (freewheel)
+    // does not rewrite. The block is copied, and the copy is filtered and written.
     const bool stereo = numInputs > 1;
+    if (privateBlock.getNumSamples() < numSamples)
+        privateBlock.setSize (2, numSamples, false, false, true);
+    juce::FloatVectorOperations::copy (privateBlock.getWritePointer (0), left, numSamples);
+    if (stereo)
+        juce::FloatVectorOperations::copy (privateBlock.getWritePointer (1), right, numSamples);
+
+    float* channels[2] = { privateBlock.getWritePointer (0), privateBlock.getWritePointer (stereo ? 1 : 0) };
+    auto block = std::make_unique<juce::AudioBuffer<float>> (channels, 2, numSamples);
 
     // Levels are taken on the raw input, so that no filter changes what the silence rule sees.
     const float rmsLeft = block->getRMSLevel (0, 0, numSamples);

@@ -52,6 +52,7 @@ private:
 
     CaptureStatus* status = nullptr;
     int sampleRate = 0;
+    juce::AudioBuffer<float> privateBlock; // the filtered copy of the input block
     std::unique_ptr<juce::IIRFilter> rumbleLeft, rumbleRight;
     std::unique_ptr<RiaaFilter> riaaLeft, riaaRight;
     int tracksBegun = 0;
