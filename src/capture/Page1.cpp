@@ -318,7 +318,6 @@ void Page1::actionListenerCallback (const juce::String& message)
 
     if (message == Audio::eventEnd)
     {
-        status = &audio->getStatus();
         writeToDisk = audio->isWritingToDisk();
 
         if (project->captureRunning)
@@ -346,7 +345,6 @@ void Page1::actionListenerCallback (const juce::String& message)
     }
     else if (message == Audio::eventStarted)
     {
-        status = &audio->getStatus();
         trackDisplayNumber = project->trackCounter;
 
         if (capturing)

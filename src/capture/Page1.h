@@ -10,7 +10,6 @@
 #include <memory>
 
 class Audio;
-struct CaptureStatus;
 
 /**
     The capture page: the input level on two bars with a saturation lamp, the moving waveform,
@@ -68,7 +67,6 @@ private:
 
     Audio* audio = nullptr;
     std::unique_ptr<VUMeterUpdate> vuMeterUpdate;
-    CaptureStatus* status = nullptr;
     bool writeToDisk = false;
     bool testing = false;
     bool calibrating = false;
