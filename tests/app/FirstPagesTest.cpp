@@ -1,6 +1,6 @@
 #include "app/ProjectPage.h"
 #include "app/SetupPage.h"
-#include "support/TestDeviceType.h"
+#include "support/FakeAudioDevice.h"
 #include "support/WizardFixture.h"
 
 namespace
@@ -155,8 +155,7 @@ TEST_F (WizardTest, aChosenFolderBecomesTheRootAndTheCaptureFolder)
 
 TEST_F (WizardTest, theDeviceDialogShowsTheSelectorAndSavesTheChoiceAfterwards)
 {
-    project().addAudioDeviceType (std::make_unique<TestDeviceType>());
-    project().setCurrentAudioDeviceType ("Test Devices", true);
+    ASSERT_NE (FakeAudioDeviceType::install (project()), nullptr);
     ASSERT_FALSE (project().getSettings().containsKey ("devicesettings"));
 
     next();
@@ -173,8 +172,7 @@ TEST_F (WizardTest, theDeviceDialogShowsTheSelectorAndSavesTheChoiceAfterwards)
     EXPECT_EQ (shown.background, juce::Colours::lightgrey);
 
     ASSERT_TRUE (project().getSettings().containsKey ("devicesettings"));
-    EXPECT_EQ (project().getSettings().getXmlValue ("devicesettings")->getStringAttribute ("deviceType"),
-               "Test Devices");
+    EXPECT_EQ (project().getSettings().getXmlValue ("devicesettings")->getStringAttribute ("deviceType"), "Test");
 }
 
 TEST (FirstPages, aSavedPreampAnswerIsTickedAtStart)

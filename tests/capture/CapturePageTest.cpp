@@ -16,11 +16,7 @@ protected:
         folder = testHome().getChildFile ("capture");
         folder.createDirectory();
 
-        auto type = std::make_unique<FakeAudioDeviceType> (2, 44100.0, blockSize);
-        deviceType = type.get();
-        project().addAudioDeviceType (std::move (type));
-        project().setCurrentAudioDeviceType ("Test", true);
-        device = deviceType->lastDevice;
+        device = FakeAudioDeviceType::install (project(), 2, 44100.0, blockSize);
         ASSERT_NE (device, nullptr);
 
         project().setRootDirectory (folder.getFullPathName());
@@ -70,7 +66,6 @@ protected:
     juce::String counter() const { return page->trackCounter.isVisible() ? page->trackCounter.getText() : "(hidden)"; }
 
     juce::File folder;
-    FakeAudioDeviceType* deviceType = nullptr;
     FakeAudioDevice* device = nullptr;
     Page1* page = nullptr;
     std::vector<float> outputs[2];

@@ -2,7 +2,7 @@
 
 // A capture engine on a device of the test's own, fed one block at a time.
 #include "CaptureTestSupport.h"
-#include "FakeAudioDevice.h"
+#include "support/FakeAudioDevice.h"
 #include "support/FakeDialogs.h"
 
 #include <gtest/gtest.h>
@@ -70,13 +70,8 @@ protected:
         ASSERT_TRUE (folder.createDirectory());
 
         project = std::make_unique<Project>();
-        auto type = std::make_unique<FakeAudioDeviceType> (numInputs, rate, blockSize);
-        deviceType = type.get();
-        project->addAudioDeviceType (std::move (type));
-        project->setCurrentAudioDeviceType ("Test", true);
-        device = deviceType->lastDevice;
+        device = FakeAudioDeviceType::install (*project, numInputs, rate, blockSize);
         ASSERT_NE (device, nullptr);
-        ASSERT_EQ (project->getCurrentAudioDevice(), device);
 
         project->captureFolder = folder.getFullPathName();
         project->setPreamp (true);
@@ -175,7 +170,6 @@ protected:
     FakeDialogs dialogs;
     juce::File folder;
     std::unique_ptr<Project> project;
-    FakeAudioDeviceType* deviceType = nullptr;
     FakeAudioDevice* device = nullptr;
     EventLog log;
     Audio* audio = nullptr;

@@ -2,8 +2,8 @@
 
 #include "capture/AudioReader.h"
 #include "project/Project.h"
+#include "support/FakeAudioDevice.h"
 #include "support/FakeDialogs.h"
-#include "support/TestDeviceType.h"
 #include "support/TestHelpers.h"
 
 #include <gtest/gtest.h>
@@ -97,9 +97,7 @@ protected:
     void SetUp() override
     {
         project = std::make_unique<Project>();
-        project->addAudioDeviceType (std::make_unique<TestDeviceType>());
-        project->setCurrentAudioDeviceType ("Test Devices", true);
-        device = dynamic_cast<TestDevice*> (project->getCurrentAudioDevice());
+        device = FakeAudioDeviceType::install (*project, 2, 44100.0, 512, { 48000.0 });
         ASSERT_NE (device, nullptr);
         ASSERT_TRUE (device->isPlaying());
     }
@@ -119,7 +117,7 @@ protected:
         auto setup = project->getAudioDeviceSetup();
         setup.sampleRate = rate;
         ASSERT_TRUE (project->setAudioDeviceSetup (setup, true).isEmpty());
-        device = dynamic_cast<TestDevice*> (project->getCurrentAudioDevice());
+        device = dynamic_cast<FakeAudioDevice*> (project->getCurrentAudioDevice());
         ASSERT_NE (device, nullptr);
         ASSERT_EQ (device->getCurrentSampleRate(), rate);
     }
@@ -144,7 +142,7 @@ protected:
 
     FakeDialogs dialogs;
     std::unique_ptr<Project> project;
-    TestDevice* device = nullptr;
+    FakeAudioDevice* device = nullptr;
     std::vector<std::unique_ptr<AudioReader>> readers;
 };
 } // namespace playback_test

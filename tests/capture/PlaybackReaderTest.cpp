@@ -259,7 +259,7 @@ TEST_F (PlaybackTest, aPlayerLetGoWhilePlayingLeavesTheDeviceSilentAndFreeForThe
     const auto sound = rampSound (8000);
     const auto file = writeWav ("ramp.wav", sound, 44100.0);
     {
-        std::unique_ptr<TestDevice::BackgroundBlocks> blocks;
+        std::unique_ptr<FakeAudioDevice::BackgroundBlocks> blocks;
         AudioReader reader (project.get());
         reader.play (file, 0.0);
         device->runBlocks (2);

@@ -1,6 +1,6 @@
 #include "project/Project.h"
+#include "support/FakeAudioDevice.h"
 #include "support/FakeDialogs.h"
-#include "support/TestDeviceType.h"
 #include "support/TestHelpers.h"
 
 #include <gtest/gtest.h>
@@ -351,8 +351,7 @@ TEST (Settings, theChosenDeviceIsSavedRestoredAndReset)
 {
     {
         Project project;
-        project.addAudioDeviceType (std::make_unique<TestDeviceType>());
-        project.setCurrentAudioDeviceType ("Test Devices", true);
+        ASSERT_NE (FakeAudioDeviceType::install (project, 2, 44100.0, 512, { 48000.0 }), nullptr);
         auto setup = project.getAudioDeviceSetup();
         setup.sampleRate = 48000.0;
         ASSERT_TRUE (project.setAudioDeviceSetup (setup, true).isEmpty());
@@ -361,14 +360,21 @@ TEST (Settings, theChosenDeviceIsSavedRestoredAndReset)
         const auto state = project.getSettings().getXmlValue ("devicesettings");
         ASSERT_NE (state, nullptr);
         EXPECT_EQ (state->getTagName(), "DEVICESETUP");
-        EXPECT_EQ (state->getStringAttribute ("deviceType"), "Test Devices");
+        EXPECT_EQ (state->getStringAttribute ("deviceType"), "Test");
         EXPECT_EQ (state->getDoubleAttribute ("audioDeviceRate"), 48000.0);
     }
 
     EXPECT_TRUE (settingsFile().loadFileAsString().contains ("name=\"devicesettings\""));
 
+    // The next start opens the saved device at the saved rate once its driver is there.
     Project again;
     ASSERT_TRUE (again.getSettings().containsKey ("devicesettings"));
+    again.addAudioDeviceType (std::make_unique<FakeAudioDeviceType> (2, 44100.0, 512, juce::Array<double>{ 48000.0 }));
+    again.openAudioDevice();
+    ASSERT_NE (again.getCurrentAudioDevice(), nullptr);
+    EXPECT_EQ (again.getCurrentAudioDevice()->getTypeName(), "Test");
+    EXPECT_EQ (again.getCurrentAudioDevice()->getCurrentSampleRate(), 48000.0);
+
     again.resetDeviceSettings();
     EXPECT_FALSE (again.getSettings().containsKey ("devicesettings"));
     again.resetDeviceSettings(); // nothing to remove: no harm

@@ -1,6 +1,7 @@
 #pragma once
 
-// An audio device of the test's own, whose blocks the test delivers one at a time.
+// The tests' own sound card: a device whose blocks the test delivers itself, one at a time or
+// from a thread of its own, in place of a real driver.
 #include <juce_audio_devices/juce_audio_devices.h>
 
 #include <memory>
@@ -10,12 +11,15 @@
 class FakeAudioDevice : public juce::AudioIODevice
 {
 public:
-    FakeAudioDevice (int numInputsToUse, double rate, int blockSize)
+    /** `rate` is the device's first rate; `otherRates` are offered too and may be chosen. */
+    FakeAudioDevice (int numInputsToUse, double rate, int blockSize, juce::Array<double> otherRates = {})
         : juce::AudioIODevice ("Test Device", "Test"),
           numInputs (numInputsToUse),
+          rates (otherRates),
           sampleRate (rate),
           bufferSize (blockSize)
     {
+        rates.insert (0, rate);
     }
 
     ~FakeAudioDevice() override { close(); }
@@ -30,12 +34,15 @@ public:
         return names;
     }
 
-    juce::Array<double> getAvailableSampleRates() override { return { sampleRate }; }
+    juce::Array<double> getAvailableSampleRates() override { return rates; }
     juce::Array<int> getAvailableBufferSizes() override { return { bufferSize }; }
     int getDefaultBufferSize() override { return bufferSize; }
 
-    juce::String open (const juce::BigInteger& inputs, const juce::BigInteger& outputs, double, int) override
+    juce::String open (const juce::BigInteger& inputs, const juce::BigInteger& outputs, double requestedRate,
+                       int) override
     {
+        if (rates.contains (requestedRate))
+            sampleRate = requestedRate;
         activeInputs = inputs;
         activeInputs.setRange (numInputs, 64, false);
         activeOutputs = outputs;
@@ -72,7 +79,13 @@ public:
     }
 
     void stop() override { start (nullptr); }
-    bool isPlaying() override { return callback != nullptr; }
+
+    bool isPlaying() override
+    {
+        const juce::ScopedLock sl (lock);
+        return callback != nullptr;
+    }
+
     juce::String getLastError() override { return {}; }
     int getCurrentBufferSizeSamples() override { return bufferSize; }
     double getCurrentSampleRate() override { return sampleRate; }
@@ -83,7 +96,7 @@ public:
     int getInputLatencyInSamples() override { return 0; }
 
     /** One block through the device's callback, as the device's thread would deliver it. The
-        input buffers are the device's: the capture filters them in place. */
+        buffers are the device's own, as a driver's are. */
     void deliver (const std::vector<float*>& inputs, const std::vector<float*>& outputs, int numSamples)
     {
         const juce::ScopedLock sl (lock);
@@ -92,9 +105,61 @@ public:
                                                         static_cast<int> (outputs.size()), numSamples, {});
     }
 
+    /** Runs blocks with silent inputs and returns what reached the two outputs, one block after
+        the other. */
+    juce::AudioBuffer<float> runBlocks (int numBlocks)
+    {
+        juce::AudioBuffer<float> result (2, juce::jmax (0, numBlocks) * bufferSize);
+        result.clear();
+        juce::AudioBuffer<float> inputs (juce::jmax (1, numInputs), bufferSize), outputs (2, bufferSize);
+
+        for (int block = 0; block < numBlocks; ++block)
+        {
+            inputs.clear();
+            outputs.clear();
+            std::vector<float*> inputPointers (inputs.getArrayOfWritePointers(),
+                                               inputs.getArrayOfWritePointers() + numInputs);
+            deliver (inputPointers, { outputs.getWritePointer (0), outputs.getWritePointer (1) }, bufferSize);
+            for (int channel = 0; channel < 2; ++channel)
+                result.copyFrom (channel, block * bufferSize, outputs, channel, 0, bufferSize);
+        }
+
+        return result;
+    }
+
+    /** Keeps blocks running on a thread of its own while it lives, their output dropped: for
+        operations that wait for the audio thread to take notice. */
+    class BackgroundBlocks : private juce::Thread
+    {
+    public:
+        explicit BackgroundBlocks (FakeAudioDevice& deviceToRun)
+            : juce::Thread ("Test device blocks"),
+              device (deviceToRun)
+        {
+            startThread();
+        }
+
+        ~BackgroundBlocks() override { stopThread (5000); }
+
+    private:
+        void run() override
+        {
+            while (! threadShouldExit())
+            {
+                device.runBlocks (1);
+                wait (1);
+            }
+        }
+
+        FakeAudioDevice& device;
+    };
+
+    std::unique_ptr<BackgroundBlocks> runBlocksInBackground() { return std::make_unique<BackgroundBlocks> (*this); }
+
 private:
     const int numInputs;
-    const double sampleRate;
+    juce::Array<double> rates;
+    double sampleRate;
     const int bufferSize;
     bool opened = false;
     juce::BigInteger activeInputs, activeOutputs;
@@ -106,12 +171,24 @@ private:
 class FakeAudioDeviceType : public juce::AudioIODeviceType
 {
 public:
-    FakeAudioDeviceType (int numInputsToUse, double rate, int blockSize)
+    FakeAudioDeviceType (int numInputsToUse, double rate, int blockSize, juce::Array<double> otherRatesToOffer = {})
         : juce::AudioIODeviceType ("Test"),
           numInputs (numInputsToUse),
           sampleRate (rate),
-          bufferSize (blockSize)
+          bufferSize (blockSize),
+          otherRates (otherRatesToOffer)
     {
+    }
+
+    /** Makes the device manager use a device of this type; the device, or null. */
+    static FakeAudioDevice* install (juce::AudioDeviceManager& manager, int numInputs = 2, double rate = 44100.0,
+                                     int blockSize = 512, juce::Array<double> otherRates = {})
+    {
+        auto type = std::make_unique<FakeAudioDeviceType> (numInputs, rate, blockSize, otherRates);
+        auto* typePointer = type.get();
+        manager.addAudioDeviceType (std::move (type));
+        manager.setCurrentAudioDeviceType ("Test", true);
+        return manager.getCurrentAudioDevice() == typePointer->lastDevice ? typePointer->lastDevice : nullptr;
     }
 
     void scanForDevices() override {}
@@ -123,7 +200,7 @@ public:
     juce::AudioIODevice* createDevice (const juce::String&, const juce::String&) override
     {
         // The device manager owns what it is given here.
-        auto device = std::make_unique<FakeAudioDevice> (numInputs, sampleRate, bufferSize);
+        auto device = std::make_unique<FakeAudioDevice> (numInputs, sampleRate, bufferSize, otherRates);
         lastDevice = device.get();
         return device.release();
     }
@@ -134,4 +211,5 @@ private:
     const int numInputs;
     const double sampleRate;
     const int bufferSize;
+    const juce::Array<double> otherRates;
 };
