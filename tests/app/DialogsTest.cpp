@@ -71,8 +71,7 @@ TEST (RealDialogs, aQuestionReturnsTheValueOfThePressedButton)
 
 TEST (RealDialogs, textFieldsComeBackAsTyped)
 {
-    AlertAnswerer answerer ("ok", [] (juce::AlertWindow& window)
-                            { window.getTextEditor ("gap")->setText ("4"); });
+    AlertAnswerer answerer ("ok", [] (juce::AlertWindow& window) { window.getTextEditor ("gap")->setText ("4"); });
 
     AlertRequest request;
     request.title = "Capture Parameters";
@@ -89,7 +88,7 @@ TEST (RealDialogs, aBoxAskedFromAnotherThreadShowsOnTheMessageThreadAndWaitsForT
 {
     AlertAnswerer answerer ("ok");
 
-    std::atomic<bool> returned { false };
+    std::atomic<bool> returned{ false };
     std::thread audioThread (
         [&returned]
         {

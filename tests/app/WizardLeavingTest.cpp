@@ -1,15 +1,5 @@
 #include "support/WizardFixture.h"
 
-namespace
-{
-juce::File makeTrackFile (const juce::String& name)
-{
-    auto file = testHome().getChildFile (name);
-    file.replaceWithText ("audio");
-    return file;
-}
-} // namespace
-
 TEST_F (WizardTest, cancelWithNoTracksAsksBeforeQuitting)
 {
     dialogs.answer ("Cancel");
@@ -30,8 +20,8 @@ TEST_F (WizardTest, cancelWithNoTracksAsksBeforeQuitting)
 
 TEST_F (WizardTest, cancelInARipWithTracksCanDeleteThemBeforeQuitting)
 {
-    const auto first = makeTrackFile ("Track1.wav");
-    const auto second = makeTrackFile ("Track2.wav");
+    const auto first = makeFile (testHome(), "Track1.wav");
+    const auto second = makeFile (testHome(), "Track2.wav");
     project().addTrack (first.getFullPathName(), formatWav);
     project().addTrack (second.getFullPathName(), formatWav);
 
@@ -55,7 +45,7 @@ TEST_F (WizardTest, cancelInARipWithTracksCanDeleteThemBeforeQuitting)
 
 TEST_F (WizardTest, cancelInARipWithTracksCanKeepThemOrGoOn)
 {
-    const auto track = makeTrackFile ("Track1.wav");
+    const auto track = makeFile (testHome(), "Track1.wav");
     project().addTrack (track.getFullPathName(), formatWav);
 
     dialogs.answer ("Cancel");
@@ -73,7 +63,7 @@ TEST_F (WizardTest, cancelInARipWithTracksCanKeepThemOrGoOn)
 TEST_F (WizardTest, cancelInAnEncodeWithTracksOffersToSaveTheList)
 {
     project().projectType = encodeProject;
-    const auto track = makeTrackFile ("song.wav");
+    const auto track = makeFile (testHome(), "song.wav");
     project().addTrack (track.getFullPathName(), formatWav);
 
     dialogs.answer ("Cancel");

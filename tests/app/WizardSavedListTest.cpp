@@ -3,12 +3,6 @@
 
 namespace
 {
-juce::File makeAudioFile (const juce::String& name)
-{
-    auto file = testHome().getChildFile (name);
-    file.replaceWithText ("audio");
-    return file;
-}
 
 void writeSavedList (const juce::StringArray& paths)
 {
@@ -28,8 +22,8 @@ TEST_F (WizardTest, anEncodeWithNoSavedListAsksNothing)
 
 TEST_F (WizardTest, aSavedListIsOfferedAboveTheTrackPageAndLoaded)
 {
-    const auto first = makeAudioFile ("one.wav");
-    const auto second = makeAudioFile ("two.flac");
+    const auto first = makeFile (testHome(), "one.wav");
+    const auto second = makeFile (testHome(), "two.flac");
     writeSavedList ({ first.getFullPathName(), second.getFullPathName() });
 
     dialogs.onAlert = [] (const FakeDialogs::Alert&) { EXPECT_EQ (MainComponent::currentPage, 4); };
@@ -52,7 +46,7 @@ TEST_F (WizardTest, aSavedListIsOfferedAboveTheTrackPageAndLoaded)
 
 TEST_F (WizardTest, nothingLeavesTheSavedListSoTheQuestionComesAgain)
 {
-    writeSavedList ({ makeAudioFile ("one.wav").getFullPathName() });
+    writeSavedList ({ makeFile (testHome(), "one.wav").getFullPathName() });
     click (wizard->projectPage->encodeButton);
 
     dialogs.answer ("Nothing");
@@ -73,7 +67,7 @@ TEST_F (WizardTest, nothingLeavesTheSavedListSoTheQuestionComesAgain)
 
 TEST_F (WizardTest, aRipNeverLooksAtTheSavedList)
 {
-    writeSavedList ({ makeAudioFile ("one.wav").getFullPathName() });
+    writeSavedList ({ makeFile (testHome(), "one.wav").getFullPathName() });
     next();
     EXPECT_TRUE (dialogs.alerts().empty());
 }
@@ -81,7 +75,7 @@ TEST_F (WizardTest, aRipNeverLooksAtTheSavedList)
 TEST_F (WizardTest, cancelInAnEncodeCanSaveTheListForNextTime)
 {
     project().projectType = encodeProject;
-    const auto track = makeAudioFile ("song.ogg");
+    const auto track = makeFile (testHome(), "song.ogg");
     project().addTrack (track.getFullPathName(), formatOgg);
 
     dialogs.answer ("Yes");
@@ -95,10 +89,10 @@ TEST_F (WizardTest, filesDroppedOnTheTrackPageJoinTheListInNameOrder)
 {
     click (wizard->projectPage->encodeButton);
     next();
-    const auto b = makeAudioFile ("b.wav");
-    const auto a = makeAudioFile ("A.flac");
-    const auto c = makeAudioFile ("c.aiff");
-    const auto text = makeAudioFile ("notes.txt");
+    const auto b = makeFile (testHome(), "b.wav");
+    const auto a = makeFile (testHome(), "A.flac");
+    const auto c = makeFile (testHome(), "c.aiff");
+    const auto text = makeFile (testHome(), "notes.txt");
 
     wizard->filesDropped ({ c.getFullPathName(), text.getFullPathName(), b.getFullPathName(), a.getFullPathName() },
                           100, 100);
@@ -112,7 +106,7 @@ TEST_F (WizardTest, filesDroppedOnTheTrackPageJoinTheListInNameOrder)
 
 TEST_F (WizardTest, filesDroppedElsewhereAreIgnored)
 {
-    const auto file = makeAudioFile ("b.wav");
+    const auto file = makeFile (testHome(), "b.wav");
     for (int page = 0; page < 4; ++page)
     {
         wizard->filesDropped ({ file.getFullPathName() }, 10, 10);

@@ -4,6 +4,7 @@
 #include "CaptureTestSupport.h"
 #include "support/FakeAudioDevice.h"
 #include "support/FakeDialogs.h"
+#include "support/TestHelpers.h"
 
 #include <gtest/gtest.h>
 
@@ -159,13 +160,7 @@ protected:
         EXPECT_TRUE (contents.right == to16Bits (right)) << file.getFileName();
     }
 
-    juce::StringArray trackPaths() const
-    {
-        juce::StringArray paths;
-        for (int i = 0; i < project->trackCount(); ++i)
-            paths.add (project->trackPath (i));
-        return paths;
-    }
+    juce::StringArray trackPaths() const { return ::trackPaths (*project); }
 
     FakeDialogs dialogs;
     juce::File folder;

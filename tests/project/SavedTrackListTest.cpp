@@ -1,6 +1,7 @@
 // An encode project's track list kept in one file between runs.
 #include "project/Project.h"
 #include "support/FakeDialogs.h"
+#include "support/TestHelpers.h"
 
 #include <gtest/gtest.h>
 
@@ -31,13 +32,7 @@ protected:
         ASSERT_TRUE (file.replaceWithData (text.toRawUTF8(), text.getNumBytesAsUTF8()));
     }
 
-    juce::StringArray paths() const
-    {
-        juce::StringArray list;
-        for (int i = 0; i < project.trackCount(); ++i)
-            list.add (project.trackPath (i));
-        return list;
-    }
+    juce::StringArray paths() const { return trackPaths (project); }
 
     FakeDialogs dialogs;
     Project project;

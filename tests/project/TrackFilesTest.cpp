@@ -2,6 +2,7 @@
 #include "capture/TrackWriter.h"
 #include "project/Project.h"
 #include "support/FakeDialogs.h"
+#include "support/TestHelpers.h"
 
 #include <gtest/gtest.h>
 
@@ -17,13 +18,7 @@ protected:
         return file;
     }
 
-    juce::StringArray paths() const
-    {
-        juce::StringArray list;
-        for (int i = 0; i < project.trackCount(); ++i)
-            list.add (project.trackPath (i));
-        return list;
-    }
+    juce::StringArray paths() const { return trackPaths (project); }
 
     FakeDialogs dialogs;
     Project project;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "project/Project.h"
+
 #include <juce_events/juce_events.h>
 
 /** Lets the message loop run: timers fire, asynchronous messages arrive. */
@@ -12,4 +14,22 @@ inline void runMessageLoopFor (int milliseconds)
 inline juce::File testHome()
 {
     return juce::File (juce::SystemStats::getEnvironmentVariable ("GROOVESMITH_TEST_HOME", "/tmp"));
+}
+
+/** A small file standing in for a track, with its folder made if need be. */
+inline juce::File makeFile (const juce::File& folder, const juce::String& name, const juce::String& text = "sound")
+{
+    folder.createDirectory();
+    auto file = folder.getChildFile (name);
+    file.replaceWithText (text);
+    return file;
+}
+
+/** The paths of the track list, in list order. */
+inline juce::StringArray trackPaths (const Project& project)
+{
+    juce::StringArray paths;
+    for (int i = 0; i < project.trackCount(); ++i)
+        paths.add (project.trackPath (i));
+    return paths;
 }
