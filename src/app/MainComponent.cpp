@@ -238,12 +238,14 @@ void MainComponent::updateButtons()
     setNextButtonText (true);
 
     if (currentPage == trackPageIndex)
+    {
         page2->updateButtonVisibility();
-    else if (currentPage == finalPageIndex)
-        finalPage->refresh();
-
-    if (currentPage == trackPageIndex)
         page2->updateTrackList();
+    }
+    else if (currentPage == finalPageIndex)
+    {
+        finalPage->refresh();
+    }
 
     updateBackButtonVisibility();
 }
