@@ -27,8 +27,8 @@ WavConvertorThread::WavConvertorThread (const juce::String& sourceToRead, const 
 
 bool WavConvertorThread::decodesItself (const juce::String& source)
 {
-    const auto lower = source.toLowerCase();
-    return lower.endsWith (".ogg") || lower.endsWith (".flac") || lower.endsWith (".aif") || lower.endsWith (".aiff");
+    const auto format = Track::formatOfPath (source);
+    return format == formatOgg || format == formatFlac || format == formatAiff;
 }
 
 void WavConvertorThread::run()
@@ -54,11 +54,11 @@ void WavConvertorThread::decode()
 
     setStatusMessage (sourceFile.getFileNameWithoutExtension());
 
-    const auto lower = source.toLowerCase();
+    const auto format = Track::formatOfPath (source);
     std::unique_ptr<juce::AudioFormat> sourceFormat;
-    if (lower.endsWith (".ogg"))
+    if (format == formatOgg)
         sourceFormat = std::make_unique<juce::OggVorbisAudioFormat>();
-    else if (lower.endsWith (".flac"))
+    else if (format == formatFlac)
         sourceFormat = std::make_unique<juce::FlacAudioFormat>();
     else
         sourceFormat = std::make_unique<juce::AiffAudioFormat>();

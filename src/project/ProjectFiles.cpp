@@ -34,15 +34,7 @@ void Project::addTrackFile (const juce::String& path)
         // A file already in the list moves to its end.
         removeTrackNamed (path);
 
-        int format = formatWav;
-        if (lower.endsWith (".ogg"))
-            format = formatOgg;
-        else if (lower.endsWith (".flac"))
-            format = formatFlac;
-        else if (lower.endsWith (".aiff") || lower.endsWith (".aif"))
-            format = formatAiff;
-
-        if (addTrack (path, format))
+        if (addTrack (path, Track::formatOfPath (path)))
             lastWrittenTrack = trackCount() + 1;
 
         return;
