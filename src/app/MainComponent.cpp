@@ -1,6 +1,6 @@
 #include "app/MainComponent.h"
 
-#include "app/Dialogs.h"
+#include "project/Dialogs.h"
 #include "app/ProjectPage.h"
 #include "app/SetupPage.h"
 #include "capture/Audio.h"

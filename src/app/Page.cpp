@@ -1,7 +1,7 @@
 #include "app/Page.h"
 
 #include "BinaryData.h"
-#include "app/Dialogs.h"
+#include "project/Dialogs.h"
 
 const char* const homePageAddress = "https://tonewell.org/groovesmith";
 

@@ -1,6 +1,6 @@
 #include "app/SetupPage.h"
 
-#include "app/Dialogs.h"
+#include "project/Dialogs.h"
 #include "project/Project.h"
 
 SetupPage::SetupPage (Project* projectToUse)

@@ -1,6 +1,6 @@
 #include "capture/AudioCallback.h"
 
-#include "app/Dialogs.h"
+#include "project/Dialogs.h"
 #include "capture/Audio.h"
 #include "capture/TrackWriter.h"
 #include "project/Project.h"

@@ -1,6 +1,6 @@
 #include "capture/Page1.h"
 
-#include "app/Dialogs.h"
+#include "project/Dialogs.h"
 #include "capture/Audio.h"
 #include "project/Project.h"
 

@@ -1,6 +1,6 @@
 #include "editing/CFilters.h"
 
-#include "app/Dialogs.h"
+#include "project/Dialogs.h"
 #include "editing/FiltersProgressThread.h"
 #include "project/Project.h"
 

@@ -1,6 +1,6 @@
 #include "encoding/ITunesBridge.h"
 
-#include "app/Dialogs.h"
+#include "project/Dialogs.h"
 #include "project/Project.h"
 
 ITunesBridge::ITunesBridge()

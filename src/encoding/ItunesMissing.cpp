@@ -1,6 +1,6 @@
 #include "encoding/ItunesMissing.h"
 
-#include "app/Dialogs.h"
+#include "project/Dialogs.h"
 #include "project/Project.h"
 
 const char* const itunesDownloadUrl = "https://www.apple.com/itunes/";

@@ -1,6 +1,6 @@
 #include "encoding/SaveElsewhere.h"
 
-#include "app/Dialogs.h"
+#include "project/Dialogs.h"
 
 juce::String SaveElsewhere::ask()
 {

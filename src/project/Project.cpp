@@ -1,6 +1,6 @@
 #include "project/Project.h"
 
-#include "app/Dialogs.h"
+#include "project/Dialogs.h"
 
 namespace
 {

@@ -4,7 +4,7 @@
 
 #include "capture/TrackWriter.h"
 
-#include "app/Dialogs.h"
+#include "project/Dialogs.h"
 #include "encoding/SaveElsewhere.h"
 #include "encoding/WavConvertor.h"
 

@@ -1,7 +1,7 @@
 // The track list operations of Project: the list itself, and the deleting of track files.
 #include "project/Project.h"
 
-#include "app/Dialogs.h"
+#include "project/Dialogs.h"
 
 #include <cstdlib>
 

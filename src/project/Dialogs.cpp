@@ -1,4 +1,4 @@
-#include "app/Dialogs.h"
+#include "project/Dialogs.h"
 
 namespace
 {

@@ -1,5 +1,5 @@
 // The real windows behind the dialog seam: what the program shows when no test answers for it.
-#include "app/Dialogs.h"
+#include "project/Dialogs.h"
 #include "support/TestHelpers.h"
 
 #include <gtest/gtest.h>
