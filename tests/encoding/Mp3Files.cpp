@@ -149,7 +149,7 @@ audiofiles::Channels sweep (int channels, int length, double rate)
 
 int bestLag (const std::vector<int>& source, const std::vector<int>& decoded, int maxLag)
 {
-    const auto span = (int) juce::jmin ((size_t) 44100, source.size());
+    const auto span = (int) juce::jmin ((size_t) 16384, source.size());
     int best = -1;
     double bestScore = -1.0;
     for (int lag = 0; lag <= maxLag; ++lag)
