@@ -1,5 +1,5 @@
-// The FLAC and Ogg Vorbis convertors against the command-line encoders of the same libraries,
-// on one ten-minute stereo 44.1 kHz WAV file. Run through bench/convertors.sh, which gives the
+// The FLAC, Ogg Vorbis and MP3 convertors against the command-line encoders of the same
+// libraries, on one ten-minute stereo 44.1 kHz WAV file. Run through bench/convertors.sh, which gives the
 // program a virtual display and a home folder of its own and prints the figures side by side.
 #include "encoding/Convertor.h"
 #include "project/Project.h"
@@ -12,6 +12,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 
 namespace
 {
@@ -96,7 +97,7 @@ void report (benchmark::State& state, const juce::File& output)
     state.counters["audio_seconds"] = seconds;
 }
 
-void ours (benchmark::State& state, int format)
+void ours (benchmark::State& state, int format, const std::function<void (Project&)>& configure = {})
 {
     if (juce::SystemStats::getEnvironmentVariable ("DISPLAY", {}).isEmpty())
     {
@@ -110,6 +111,8 @@ void ours (benchmark::State& state, int format)
     // before the process ends.
     const juce::ScopedJuceInitialiser_GUI gui;
     Project project;
+    if (configure)
+        configure (project);
     const auto output = bench.folder.getChildFile ("ours" + Convertor::extensionForFormat (format));
 
     for (auto _ : state)
@@ -122,7 +125,15 @@ void ours (benchmark::State& state, int format)
     report (state, output);
 }
 
-void commandLine (benchmark::State& state, const juce::String& extension, const juce::StringArray& options)
+/** How a command line names its output: with -o before the input, or after the input. */
+enum class OutputNamed
+{
+    byOption,
+    afterInput
+};
+
+void commandLine (benchmark::State& state, const juce::String& extension, const juce::StringArray& options,
+                  OutputNamed outputNamed = OutputNamed::byOption)
 {
     auto& bench = files();
     const auto output = bench.folder.getChildFile ("tool" + extension);
@@ -131,7 +142,10 @@ void commandLine (benchmark::State& state, const juce::String& extension, const 
     {
         output.deleteFile();
         juce::StringArray arguments (options);
-        arguments.addArray ({ "-o", output.getFullPathName(), bench.source.getFullPathName() });
+        if (outputNamed == OutputNamed::byOption)
+            arguments.addArray ({ "-o", output.getFullPathName(), bench.source.getFullPathName() });
+        else
+            arguments.addArray ({ bench.source.getFullPathName(), output.getFullPathName() });
 
         juce::ChildProcess process;
         if (! process.start (arguments, 0) || ! process.waitForProcessToFinish (-1) || process.getExitCode() != 0)
@@ -160,6 +174,39 @@ void oggencCommandLine (benchmark::State& state)
 {
     commandLine (state, ".ogg", { "oggenc", "-Q", "-q", "5" });
 }
+/** "2 - recommended", the program's default. */
+void mp3VbrConvertor (benchmark::State& state)
+{
+    ours (state, formatMp3Lame,
+          [] (Project& project)
+          {
+              project.lameLibrary = Project::defaultLameLibrary();
+              project.lameVbr = true;
+              project.lameQuality = 2;
+          });
+}
+
+void lameVbrCommandLine (benchmark::State& state)
+{
+    commandLine (state, ".mp3", { "lame", "--quiet", "-V2" }, OutputNamed::afterInput);
+}
+
+/** "192kbps - recommended". */
+void mp3CbrConvertor (benchmark::State& state)
+{
+    ours (state, formatMp3Lame,
+          [] (Project& project)
+          {
+              project.lameLibrary = Project::defaultLameLibrary();
+              project.lameVbr = false;
+              project.lameQuality = 192;
+          });
+}
+
+void lameCbrCommandLine (benchmark::State& state)
+{
+    commandLine (state, ".mp3", { "lame", "--quiet", "-b192" }, OutputNamed::afterInput);
+}
 } // namespace
 
 BENCHMARK (flacConvertor)->Name ("Encode/flac/ours")->Iterations (1)->UseRealTime()->Unit (benchmark::kMillisecond);
@@ -171,6 +218,22 @@ BENCHMARK (flacCommandLine)
 BENCHMARK (oggConvertor)->Name ("Encode/ogg/ours")->Iterations (1)->UseRealTime()->Unit (benchmark::kMillisecond);
 BENCHMARK (oggencCommandLine)
     ->Name ("Encode/ogg/oggenc -q 5")
+    ->Iterations (1)
+    ->UseRealTime()
+    ->Unit (benchmark::kMillisecond);
+BENCHMARK (mp3VbrConvertor)->Name ("Encode/mp3-v2/ours")->Iterations (1)->UseRealTime()->Unit (benchmark::kMillisecond);
+BENCHMARK (lameVbrCommandLine)
+    ->Name ("Encode/mp3-v2/lame -V2")
+    ->Iterations (1)
+    ->UseRealTime()
+    ->Unit (benchmark::kMillisecond);
+BENCHMARK (mp3CbrConvertor)
+    ->Name ("Encode/mp3-192/ours")
+    ->Iterations (1)
+    ->UseRealTime()
+    ->Unit (benchmark::kMillisecond);
+BENCHMARK (lameCbrCommandLine)
+    ->Name ("Encode/mp3-192/lame -b192")
     ->Iterations (1)
     ->UseRealTime()
     ->Unit (benchmark::kMillisecond);

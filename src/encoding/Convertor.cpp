@@ -2,19 +2,9 @@
 
 #include "encoding/FormatConvertors.h"
 #include "encoding/ItunesConvertors.h"
+#include "encoding/Mp3LameConvertor.h"
 #include "encoding/WavConvertor.h"
 #include "project/Track.h"
-
-namespace
-{
-/** Stands for the LAME convertor until the program has one: it writes nothing and fails, so
-    that the run reports the track instead of writing a file that is not what its name says. */
-class UnavailableConvertor final : public Convertor
-{
-public:
-    bool convert (juce::String, juce::String, Project*) override { return false; }
-};
-} // namespace
 
 std::unique_ptr<Convertor> Convertor::forFormat (int format)
 {
@@ -33,7 +23,7 @@ std::unique_ptr<Convertor> Convertor::forFormat (int format)
         case formatMp3Itunes:
             return std::make_unique<Mp3Convertor>();
         case formatMp3Lame:
-            return std::make_unique<UnavailableConvertor>();
+            return std::make_unique<Mp3LameConvertor>();
         case formatWav:
         default:
             return std::make_unique<WavConvertor>();

@@ -9,6 +9,12 @@ ConvertorThread::ConvertorThread (const juce::String& title, const juce::String&
 {
 }
 
+juce::String ConvertorThread::statusFor (const juce::String& source)
+{
+    const auto start = source.lastIndexOf (juce::File::getSeparatorString()) + 1;
+    return source.substring (start, source.length() - 4);
+}
+
 void ConvertorThread::copyInChunks (std::unique_ptr<juce::AudioFormatReader>& reader,
                                     std::unique_ptr<juce::AudioFormatWriter>& writer, const juce::File& destinationFile,
                                     int* const* buffers, const std::function<void (int count)>& writeChunk)
@@ -38,4 +44,11 @@ void ConvertorThread::copyInChunks (std::unique_ptr<juce::AudioFormatReader>& re
     }
 
     setProgress (1.0);
+}
+
+void floatsToInt16 (const float* source, juce::int16* destination, int count)
+{
+    constexpr double maximum = 32767.0;
+    for (int i = 0; i < count; ++i)
+        destination[i] = (juce::int16) juce::roundToInt (juce::jlimit (-maximum, maximum, maximum * source[i]));
 }

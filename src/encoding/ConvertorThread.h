@@ -18,6 +18,9 @@ public:
     juce::String destination;
     bool result;
 
+    /** The status line: the source's name less the last four characters, whatever they are. */
+    static juce::String statusFor (const juce::String& source);
+
 protected:
     ConvertorThread (const juce::String& title, const juce::String& source, const juce::String& destination,
                      bool initialResult);
@@ -32,6 +35,10 @@ protected:
 private:
     JUCE_DECLARE_NON_COPYABLE (ConvertorThread)
 };
+
+/** Floats to 16-bit samples: scaled by 32767, clipped and rounded, as JUCE's old
+    convertFloatToInt16LE does. */
+void floatsToInt16 (const float* source, juce::int16* destination, int count);
 
 /** The convertor whose whole work is one run of a `Worker`, made from the same three
     arguments; it answers the worker's result. */

@@ -12,12 +12,6 @@ FormatConvertorThread::FormatConvertorThread (const juce::String& title, const j
 {
 }
 
-juce::String FormatConvertorThread::statusFor (const juce::String& source)
-{
-    const auto start = source.lastIndexOf (juce::File::getSeparatorString()) + 1;
-    return source.substring (start, source.length() - 4);
-}
-
 void FormatConvertorThread::run()
 {
     const juce::File sourceFile (source);

@@ -12,9 +12,6 @@ class FormatConvertorThread : public ConvertorThread
 public:
     void run() override;
 
-    /** The status line: the source's name less the last four characters, whatever they are. */
-    static juce::String statusFor (const juce::String& source);
-
 protected:
     FormatConvertorThread (const juce::String& title, const juce::String& source, const juce::String& destination,
                            std::unique_ptr<juce::AudioFormat> format, int bitsPerSample, int qualityOptionIndex);

@@ -5,18 +5,6 @@
 
 #include <juce_audio_formats/juce_audio_formats.h>
 
-namespace
-{
-/** Floats to 16-bit samples: scaled by 32767, clipped and rounded, as JUCE's old
-    convertFloatToInt16LE does. */
-void floatsToInt16 (const float* source, juce::int16* destination, int count)
-{
-    constexpr double maximum = 32767.0;
-    for (int i = 0; i < count; ++i)
-        destination[i] = (juce::int16) juce::roundToInt (juce::jlimit (-maximum, maximum, maximum * source[i]));
-}
-} // namespace
-
 WavConvertorThread::WavConvertorThread (const juce::String& sourceToRead, const juce::String& destinationToWrite,
                                         Project* owner)
     : ConvertorThread (owner->translate ("Converting to WAV..."), sourceToRead, destinationToWrite, false),

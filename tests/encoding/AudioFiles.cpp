@@ -243,6 +243,17 @@ Channels decodeWithFlac (const juce::File& file, int channels)
     return samples;
 }
 
+Channels decodeWithMpg123 (const juce::File& file, int channels)
+{
+    const auto raw = file.getSiblingFile (file.getFileName() + ".mpg123.raw");
+    const auto run =
+        runTool ({ "mpg123", "-q", "--no-gapless", "-e", "s16", "-O", raw.getFullPathName(), file.getFullPathName() });
+    EXPECT_EQ (run.exitCode, 0) << run.output;
+    auto samples = readRaw16 (raw, channels);
+    raw.deleteFile();
+    return samples;
+}
+
 OggInfo oggInfo (const juce::File& file)
 {
     OggInfo info;

@@ -10,7 +10,7 @@
 
 /**
     What the convertor tests share: sound files they make themselves, the program's own reader,
-    and the independent tools (sox, flac, ogginfo) that look at what the program wrote the way
+    and the independent tools (sox, flac, ogginfo, mpg123) that look at what the program wrote the way
     a user's player would.
 */
 namespace audiofiles
@@ -74,6 +74,9 @@ Channels decodeWithSox (const juce::File& file, int channels);
 
 /** 16-bit samples as the flac tool decodes them. */
 Channels decodeWithFlac (const juce::File& file, int channels);
+
+/** 16-bit samples as mpg123 decodes an MP3 file: every frame, nothing trimmed. */
+Channels decodeWithMpg123 (const juce::File& file, int channels);
 
 /** What ogginfo says of a file. */
 struct OggInfo

@@ -7,6 +7,7 @@
 #include "encoding/ITunesBridge.h"
 #include "encoding/ItunesConvertors.h"
 #include "encoding/ItunesMissing.h"
+#include "encoding/Mp3LameConvertor.h"
 #include "encoding/WavConvertor.h"
 #include "project/Project.h"
 #include "support/FakeDialogs.h"
@@ -65,6 +66,7 @@ TEST_F (ConvertorFamilyTest, eachFormatNumberGetsItsConvertor)
     EXPECT_TRUE (madeFor<OggConvertor> (5));
     EXPECT_TRUE (madeFor<FlacConvertor> (6));
     EXPECT_TRUE (madeFor<Mp3Convertor> (7));
+    EXPECT_TRUE (madeFor<Mp3LameConvertor> (8));
 }
 
 TEST_F (ConvertorFamilyTest, unknownFormatNumbersGetTheWavConvertor)
@@ -74,19 +76,6 @@ TEST_F (ConvertorFamilyTest, unknownFormatNumbersGetTheWavConvertor)
         EXPECT_TRUE (madeFor<WavConvertor> (format)) << format;
         EXPECT_EQ (Convertor::extensionForFormat (format), ".wav") << format;
     }
-}
-
-TEST_F (ConvertorFamilyTest, theLameFormatFailsWithoutWritingWhileNoLameConvertorExists)
-{
-    const auto source = folder.getChildFile ("Track.wav");
-    writeAudio (source, 44100.0, 16, makeSignal (2, 1000, 16));
-    const auto destination = folder.getChildFile ("Track.mp3");
-
-    const auto convertor = Convertor::forFormat (8);
-    ASSERT_NE (convertor, nullptr);
-    EXPECT_FALSE (convertor->convert (source.getFullPathName(), destination.getFullPathName(), &project));
-    EXPECT_FALSE (destination.exists());
-    EXPECT_TRUE (source.existsAsFile());
 }
 
 TEST_F (ConvertorFamilyTest, theRunAppendsTheExtensionOfEachFormat)
@@ -218,6 +207,7 @@ TEST_F (ConvertorFamilyTest, everyWorkerShowsItsTitleAProgressBarAndAnUntranslat
         list.emplace_back (std::make_unique<AppleLosslessConvertorThread> (a, b, &project),
                            "Converting to Apple Lossless...");
         list.emplace_back (std::make_unique<Mp3ConvertorThread> (a, b, &project), "Converting to mp3...");
+        list.emplace_back (std::make_unique<Mp3LameConvertorThread> (a, b, &project), "Converting to mp3...");
         return list;
     }();
 
