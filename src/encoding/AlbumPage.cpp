@@ -130,11 +130,6 @@ void AlbumPage::buttonClicked (juce::Button* button)
     if (button != &resetButton)
         return;
 
-    project->album = {};
-    project->artist = {};
-    project->year = {};
-    project->genre = {};
-    project->frontCover = juce::File();
-    project->backCover = juce::File();
+    project->clearAlbumData();
     refresh();
 }

@@ -53,12 +53,7 @@ void FinalPage::buttonClicked (juce::Button* button)
 
     if (project->projectType == encodeProject)
     {
-        project->album = {};
-        project->artist = {};
-        project->year = {};
-        project->genre = {};
-        project->frontCover = juce::File();
-        project->backCover = juce::File();
+        project->clearAlbumData();
 
         // The files stay where they are; only the list forgets them.
         project->clearTracks();
