@@ -1,6 +1,5 @@
 #include "app/MainComponent.h"
 
-#include "project/Dialogs.h"
 #include "app/ProjectPage.h"
 #include "app/SetupPage.h"
 #include "capture/Audio.h"
@@ -11,6 +10,7 @@
 #include "encoding/AlbumPage.h"
 #include "encoding/FinalPage.h"
 #include "encoding/Page3.h"
+#include "project/Dialogs.h"
 #include "project/Project.h"
 
 int MainComponent::currentPage = 0;
@@ -500,7 +500,7 @@ bool MainComponent::isInterestedInFileDrag (const juce::StringArray&)
     return true;
 }
 
-void MainComponent::filesDropped (const juce::StringArray& files, int, int)
+void MainComponent::filesDropped (const juce::StringArray& files, int x, int)
 {
     juce::StringArray sorted (files);
     sorted.sort (true);
@@ -512,5 +512,20 @@ void MainComponent::filesDropped (const juce::StringArray& files, int, int)
         page2->updateTrackList();
         page2->repaint();
     }
-    // Covers dropped on the album page are taken once that page is built.
+    else if (currentPage == albumPageIndex)
+    {
+        // The first picture by name is the cover: the left of the line at 200 is the front.
+        for (const auto& file : sorted)
+        {
+            if (file.endsWithIgnoreCase (".jpg") || file.endsWithIgnoreCase (".png") ||
+                file.endsWithIgnoreCase (".jpeg"))
+            {
+                if (x < 200)
+                    albumPage->setFrontCover (file);
+                else
+                    albumPage->setBackCover (file);
+                break;
+            }
+        }
+    }
 }

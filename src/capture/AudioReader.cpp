@@ -120,6 +120,17 @@ void AudioReader::releaseResources()
         transport->releaseResources();
 }
 
+void AudioReader::releaseFile()
+{
+    if (transport == nullptr)
+        return;
+
+    transport->stop();
+    transport->setSource (nullptr);
+    source.reset();
+    reader = nullptr;
+}
+
 void AudioReader::setPosition (double samples)
 {
     if (transport != nullptr)

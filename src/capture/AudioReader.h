@@ -35,6 +35,9 @@ public:
     void stop();
     void releaseResources();
 
+    /** Stops and closes the file it was playing; the reader stays, ready for another file. */
+    void releaseFile();
+
     void setPosition (double samples);
     juce::int64 getPosition() const;
     double getTotalLength() const;

@@ -116,6 +116,9 @@ public:
     /** Empties the list (the files stay) and starts the next capture in the root folder. */
     void resetForNewCapture();
 
+    /** Album, artist, year and genre become empty, and neither cover is chosen any more. */
+    void clearAlbumData();
+
     /** "Tonewell/Groovesmith/tracklist.gsp" in the user's documents folder. */
     static juce::File savedTrackListFile();
 

@@ -4,9 +4,9 @@
 
 #include "capture/TrackWriter.h"
 
-#include "project/Dialogs.h"
 #include "encoding/SaveElsewhere.h"
 #include "encoding/WavConvertor.h"
+#include "project/Dialogs.h"
 
 namespace
 {
@@ -86,6 +86,16 @@ void Project::resetForNewCapture()
 
     trackCounter = 0;
     captureStarted = true;
+}
+
+void Project::clearAlbumData()
+{
+    album = {};
+    artist = {};
+    year = {};
+    genre = {};
+    frontCover = juce::File();
+    backCover = juce::File();
 }
 
 //==============================================================================

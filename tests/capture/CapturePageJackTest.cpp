@@ -7,6 +7,7 @@
 #include "capture/Page1.h"
 #include "capture/TrackWriter.h"
 #include "editing/Page2.h"
+#include "support/Snapshots.h"
 #include "support/WizardFixture.h"
 
 namespace
@@ -17,16 +18,6 @@ std::string tone (int left, int right, double amplitude, int frames)
 {
     return "tone:" + std::to_string (left) + ":" + std::to_string (right) + ":" + std::to_string (amplitude) + ":" +
            std::to_string (frames);
-}
-
-void saveSnapshot (juce::Component& component, const juce::String& name)
-{
-    const juce::File folder (GROOVESMITH_ARTEFACT_DIR);
-    folder.createDirectory();
-    const auto file = folder.getChildFile (name + ".png");
-    file.deleteFile();
-    juce::FileOutputStream stream (file);
-    juce::PNGImageFormat().writeImageToStream (component.createComponentSnapshot (component.getLocalBounds()), stream);
 }
 } // namespace
 
