@@ -46,6 +46,8 @@ protected:
         const auto python = runTool ({ pythonWithMutagen(), "-c", "import mutagen" });
         ASSERT_EQ (python.exitCode, 0) << "mutagen is missing: install python3-mutagen (script/setup installs it)";
 
+        // A saved list would be offered on the track page of an encode.
+        Project::savedTrackListFile().deleteFile();
         root = freshFolder ("encode run");
         project().setRootDirectory (root.getFullPathName());
         project().setCaptureFolder (root.getFullPathName());
