@@ -91,6 +91,15 @@ protected:
         ASSERT_EQ (MainComponent::currentPage, formatPage);
     }
 
+    /** A short sound of the user's own, of the format its name says, in `folder` below the root. */
+    juce::File userSound (const juce::String& name, const juce::String& folder = "my music")
+    {
+        const auto file = root.getChildFile (folder).getChildFile (name);
+        file.getParentDirectory().createDirectory();
+        writeAudio (file, 44100.0, 16, makeSignal (2, 4410, 16));
+        return file;
+    }
+
     /** An encode project on its track page, with these files dropped on it. */
     void encodeToTrackPage (const juce::Array<juce::File>& files)
     {
@@ -454,10 +463,8 @@ TEST_F (EncodeRunTest, anEncodeThatKeepsTheWavesLeavesTheTemporaryFilesInTheDest
 
 TEST_F (EncodeRunTest, withoutADestinationTheFilesAreMadeBesideTheirSources)
 {
-    const auto mine = root.getChildFile ("my music");
-    const auto flac = mine.getChildFile ("song.flac");
-    mine.createDirectory();
-    writeAudio (flac, 44100.0, 16, makeSignal (2, 22050, 16));
+    const auto flac = userSound ("song.flac");
+    const auto mine = flac.getParentDirectory();
     encodeToTrackPage ({ flac });
     project().setKeepWaves (true);
     project().setOutputFormat (formatOgg);
@@ -481,14 +488,10 @@ TEST_F (EncodeRunTest, theTemporaryWavNameIsCutShortByALongerDestinationButStays
     EXPECT_EQ (EncodeRun::intermediatePath ("/m/s/xy.flac", "/m/sss/xy"), "/m/sss/xy.wav");
 
     // Through the wizard: the name is cut short, inside the destination.
-    const auto mine = root.getChildFile ("s");
     const auto out = root.getChildFile ("destination");
-    mine.createDirectory();
     out.createDirectory();
-    const auto first = mine.getChildFile ("b flac source.flac");
-    const auto second = mine.getChildFile ("x.flac");
-    writeAudio (first, 44100.0, 16, makeSignal (2, 4410, 16));
-    writeAudio (second, 44100.0, 16, makeSignal (2, 4410, 16));
+    const auto first = userSound ("b flac source.flac", "s");
+    const auto second = userSound ("x.flac", "s");
     encodeToTrackPage ({ first, second });
     project().setKeepWaves (true);
     project().setOutputFormat (formatOgg);
@@ -504,11 +507,9 @@ TEST_F (EncodeRunTest, theTemporaryWavNameIsCutShortByALongerDestinationButStays
 //==============================================================================
 TEST_F (EncodeRunTest, aUsersOwnFileWhereTheTemporaryWavWouldGoIsNotOverwritten)
 {
-    const auto mine = root.getChildFile ("my music");
-    const auto flac = mine.getChildFile ("x.flac");
+    const auto flac = userSound ("x.flac");
+    const auto mine = flac.getParentDirectory();
     const auto usersWav = mine.getChildFile ("x.wav");
-    mine.createDirectory();
-    writeAudio (flac, 44100.0, 16, makeSignal (2, 4410, 16));
     usersWav.replaceWithText ("the user's own recording");
     encodeToTrackPage ({ flac });
     project().setOutputFormat (formatOgg);
@@ -540,11 +541,8 @@ TEST_F (EncodeRunTest, aUsersOwnFileWhereTheTemporaryWavWouldGoIsNotOverwritten)
 
 TEST_F (EncodeRunTest, aUsersOwnFileWhereTheOutputWouldGoIsNotOverwritten)
 {
-    const auto mine = root.getChildFile ("my music");
-    const auto wav = mine.getChildFile ("y.wav");
-    const auto usersOgg = mine.getChildFile ("y.ogg");
-    mine.createDirectory();
-    writeAudio (wav, 44100.0, 16, makeSignal (2, 4410, 16));
+    const auto wav = userSound ("y.wav");
+    const auto usersOgg = wav.getSiblingFile ("y.ogg");
     usersOgg.replaceWithText ("the user's own Ogg file");
     encodeToTrackPage ({ wav });
     project().setOutputFormat (formatOgg);
@@ -569,10 +567,8 @@ TEST_F (EncodeRunTest, aDestinationThatCannotBeWrittenFailsTheTracksAndWritesNot
         locked = juce::File ("/proc");
     ASSERT_FALSE (locked.getChildFile ("probe").create().wasOk());
 
-    const auto mine = root.getChildFile ("my music");
-    const auto wav = mine.getChildFile ("z.wav");
-    mine.createDirectory();
-    writeAudio (wav, 44100.0, 16, makeSignal (2, 4410, 16));
+    const auto wav = userSound ("z.wav");
+    const auto mine = wav.getParentDirectory();
     encodeToTrackPage ({ wav });
     project().setOutputFormat (formatFlac);
     const auto rootBefore = namesIn (root);
@@ -592,12 +588,9 @@ TEST_F (EncodeRunTest, aDestinationThatCannotBeWrittenFailsTheTracksAndWritesNot
 
 TEST_F (EncodeRunTest, anItunesFormatShowsThatItunesIsMissingOnceAndKeepsEverything)
 {
-    const auto mine = root.getChildFile ("my music");
-    mine.createDirectory();
-    const auto first = mine.getChildFile ("one.flac");
-    const auto second = mine.getChildFile ("two.wav");
-    writeAudio (first, 44100.0, 16, makeSignal (2, 4410, 16));
-    writeAudio (second, 44100.0, 16, makeSignal (2, 4410, 16));
+    const auto first = userSound ("one.flac");
+    const auto second = userSound ("two.wav");
+    const auto mine = first.getParentDirectory();
     encodeToTrackPage ({ first, second });
     project().setOutputFormat (formatAacItunes);
 
@@ -614,12 +607,10 @@ TEST_F (EncodeRunTest, anItunesFormatShowsThatItunesIsMissingOnceAndKeepsEveryth
 
 TEST_F (EncodeRunTest, aSourceOnlyItunesCouldDecodeEndsTheRunWithTheItunesBox)
 {
-    const auto mine = root.getChildFile ("my music");
-    mine.createDirectory();
+    const auto wav = userSound ("later.wav");
+    const auto mine = wav.getParentDirectory();
     const auto mp3 = mine.getChildFile ("song.mp3");
     mp3.replaceWithText ("pretend MP3");
-    const auto wav = mine.getChildFile ("later.wav");
-    writeAudio (wav, 44100.0, 16, makeSignal (2, 4410, 16));
 
     click (wizard->projectPage->encodeButton);
     next();
