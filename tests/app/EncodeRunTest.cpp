@@ -197,7 +197,7 @@ struct MixedSources
 //==============================================================================
 TEST_F (EncodeRunTest, aRipWithAnEmptyListGoesToTheLastPageWithoutAQuestion)
 {
-    ripToFormatPage (0, {}, {});
+    ASSERT_NO_FATAL_FAILURE (ripToFormatPage (0, {}, {}));
     EXPECT_TRUE (dialogs.alerts().empty());
     next();
     EXPECT_EQ (MainComponent::currentPage, finalPage);
@@ -207,7 +207,7 @@ TEST_F (EncodeRunTest, aRipWithAnEmptyListGoesToTheLastPageWithoutAQuestion)
 
 TEST_F (EncodeRunTest, aRipToFlacFillsTheAlbumFolderAndTheRecordingsGo)
 {
-    ripToFormatPage (3);
+    ASSERT_NO_FATAL_FAILURE (ripToFormatPage (3));
     project().frontCover = makePicture (root.getChildFile ("my scan.jpg"));
     project().backCover = root.getChildFile ("moved away.jpg");
     project().setOutputFormat (formatFlac);
@@ -231,7 +231,7 @@ TEST_F (EncodeRunTest, aRipToFlacFillsTheAlbumFolderAndTheRecordingsGo)
 
 TEST_F (EncodeRunTest, aRipToFlacKeepsTheRecordingsWhenAskedTo)
 {
-    ripToFormatPage (2);
+    ASSERT_NO_FATAL_FAILURE (ripToFormatPage (2));
     project().setKeepWaves (true);
     project().setOutputFormat (formatFlac);
     const auto alertsBefore = dialogs.alerts().size();
@@ -248,7 +248,7 @@ TEST_F (EncodeRunTest, aRipToFlacKeepsTheRecordingsWhenAskedTo)
 
 TEST_F (EncodeRunTest, wavOutputOfARipMovesTheRecordingsToTheirFinalNamesUntouched)
 {
-    ripToFormatPage (3);
+    ASSERT_NO_FATAL_FAILURE (ripToFormatPage (3));
     juce::StringArray contents;
     for (const auto& path : sources)
         contents.add (juce::File (path).loadFileAsString());
@@ -272,7 +272,7 @@ TEST_F (EncodeRunTest, wavOutputOfARipMovesTheRecordingsToTheirFinalNamesUntouch
 
 TEST_F (EncodeRunTest, aiffOutputOfARipIsUntaggedAndTheRecordingsGo)
 {
-    ripToFormatPage (2);
+    ASSERT_NO_FATAL_FAILURE (ripToFormatPage (2));
     project().setOutputFormat (formatAiff);
 
     next();
@@ -289,7 +289,7 @@ TEST_F (EncodeRunTest, aiffOutputOfARipIsUntaggedAndTheRecordingsGo)
 
 TEST_F (EncodeRunTest, aVanishedRecordingIsListedWordForWordAndNothingIsDeleted)
 {
-    ripToFormatPage (4);
+    ASSERT_NO_FATAL_FAILURE (ripToFormatPage (4));
     project().setOutputFormat (formatAiff);
     juce::File (sources[1]).deleteFile();
     juce::File (sources[3]).deleteFile();
@@ -297,6 +297,7 @@ TEST_F (EncodeRunTest, aVanishedRecordingIsListedWordForWordAndNothingIsDeleted)
     next();
 
     EXPECT_EQ (MainComponent::currentPage, formatPage);
+    ASSERT_FALSE (dialogs.alerts().empty());
     const auto alert = dialogs.alerts().back();
     EXPECT_EQ (alert.title, "Groove Smith : Error");
     EXPECT_EQ (alert.icon, juce::MessageBoxIconType::WarningIcon);
@@ -312,7 +313,7 @@ TEST_F (EncodeRunTest, aVanishedRecordingIsListedWordForWordAndNothingIsDeleted)
 
 TEST_F (EncodeRunTest, aVanishedRecordingWithWavOutputIsAFailedMove)
 {
-    ripToFormatPage (3);
+    ASSERT_NO_FATAL_FAILURE (ripToFormatPage (3));
     juce::File (sources[1]).deleteFile();
     const auto alertsBefore = dialogs.alerts().size();
 
@@ -327,7 +328,7 @@ TEST_F (EncodeRunTest, aVanishedRecordingWithWavOutputIsAFailedMove)
 
 TEST_F (EncodeRunTest, namesFullOfForbiddenCharactersAreCleanedInFileNamesAndKeptInTags)
 {
-    ripToFormatPage (0, "AC/DC: \"Live\"?", {});
+    ASSERT_NO_FATAL_FAILURE (ripToFormatPage (0, "AC/DC: \"Live\"?", {}));
     EXPECT_EQ (albumFolder, root.getChildFile ("ACDC Live"));
     const auto track = albumFolder.getChildFile ("Who? <Me>*.wav");
     writeAudio (track, 44100.0, 16, makeSignal (2, 4410, 16));
@@ -346,8 +347,9 @@ TEST_F (EncodeRunTest, anArtistOfTwoDotsGetsAFolderOfItsOwnInsideTheRoot)
     const auto outside = root.getParentDirectory();
     const auto outsideBefore = namesIn (outside);
 
-    ripToFormatPage (1, "..", {});
+    ASSERT_NO_FATAL_FAILURE (ripToFormatPage (1, "..", {}));
 
+    ASSERT_FALSE (dialogs.alerts().empty());
     EXPECT_EQ (dialogs.alerts()[0].message,
                "\"" + root.getChildFile ("__").getFullPathName() + "\" does not exist. Create it ?");
     EXPECT_EQ (albumFolder, root.getChildFile ("__"));
@@ -363,7 +365,7 @@ TEST_F (EncodeRunTest, anArtistOfTwoDotsGetsAFolderOfItsOwnInsideTheRoot)
 
 TEST_F (EncodeRunTest, aCoverThatIsNoPictureIsNotCopied)
 {
-    ripToFormatPage (1);
+    ASSERT_NO_FATAL_FAILURE (ripToFormatPage (1));
     const auto fake = root.getChildFile ("cover.jpg");
     fake.replaceWithText ("<html>not a picture</html>");
     project().frontCover = fake;
@@ -382,7 +384,7 @@ TEST_F (EncodeRunTest, anEncodeOfMixedSourcesToOggWithADestination)
     const MixedSources mine (root.getChildFile ("my music"));
     const auto out = root.getChildFile ("out");
     out.createDirectory();
-    encodeToTrackPage (mine.tracks());
+    ASSERT_NO_FATAL_FAILURE (encodeToTrackPage (mine.tracks()));
     ASSERT_EQ (project().trackCount(), 5);
     project().artist = "Various";
     project().album = "Mix";
@@ -439,7 +441,7 @@ TEST_F (EncodeRunTest, anEncodeThatKeepsTheWavesLeavesTheTemporaryFilesInTheDest
     const MixedSources mine (root.getChildFile ("my music"));
     const auto out = root.getChildFile ("out");
     out.createDirectory();
-    encodeToTrackPage (mine.tracks());
+    ASSERT_NO_FATAL_FAILURE (encodeToTrackPage (mine.tracks()));
     project().setKeepWaves (true);
     project().setOutputFormat (formatOgg);
 
@@ -465,7 +467,7 @@ TEST_F (EncodeRunTest, withoutADestinationTheFilesAreMadeBesideTheirSources)
 {
     const auto flac = userSound ("song.flac");
     const auto mine = flac.getParentDirectory();
-    encodeToTrackPage ({ flac });
+    ASSERT_NO_FATAL_FAILURE (encodeToTrackPage ({ flac }));
     project().setKeepWaves (true);
     project().setOutputFormat (formatOgg);
 
@@ -492,7 +494,7 @@ TEST_F (EncodeRunTest, theTemporaryWavNameIsCutShortByALongerDestinationButStays
     out.createDirectory();
     const auto first = userSound ("b flac source.flac", "s");
     const auto second = userSound ("x.flac", "s");
-    encodeToTrackPage ({ first, second });
+    ASSERT_NO_FATAL_FAILURE (encodeToTrackPage ({ first, second }));
     project().setKeepWaves (true);
     project().setOutputFormat (formatOgg);
 
@@ -511,7 +513,7 @@ TEST_F (EncodeRunTest, aUsersOwnFileWhereTheTemporaryWavWouldGoIsNotOverwritten)
     const auto mine = flac.getParentDirectory();
     const auto usersWav = mine.getChildFile ("x.wav");
     usersWav.replaceWithText ("the user's own recording");
-    encodeToTrackPage ({ flac });
+    ASSERT_NO_FATAL_FAILURE (encodeToTrackPage ({ flac }));
     project().setOutputFormat (formatOgg);
 
     // No destination; the save question for the taken name is cancelled too.
@@ -544,7 +546,7 @@ TEST_F (EncodeRunTest, aUsersOwnFileWhereTheOutputWouldGoIsNotOverwritten)
     const auto wav = userSound ("y.wav");
     const auto usersOgg = wav.getSiblingFile ("y.ogg");
     usersOgg.replaceWithText ("the user's own Ogg file");
-    encodeToTrackPage ({ wav });
+    ASSERT_NO_FATAL_FAILURE (encodeToTrackPage ({ wav }));
     project().setOutputFormat (formatOgg);
 
     next();
@@ -552,6 +554,7 @@ TEST_F (EncodeRunTest, aUsersOwnFileWhereTheOutputWouldGoIsNotOverwritten)
     EXPECT_EQ (MainComponent::currentPage, formatPage);
     ASSERT_EQ (dialogs.choosers().size(), 2u);
     EXPECT_EQ (dialogs.choosers()[1].request.initial, usersOgg);
+    ASSERT_FALSE (dialogs.alerts().empty());
     EXPECT_EQ (dialogs.alerts().back().message, conversionFailure ({ wav.getFullPathName() }));
     EXPECT_EQ (usersOgg.loadFileAsString(), "the user's own Ogg file");
     EXPECT_TRUE (wav.existsAsFile());
@@ -569,7 +572,7 @@ TEST_F (EncodeRunTest, aDestinationThatCannotBeWrittenFailsTheTracksAndWritesNot
 
     const auto wav = userSound ("z.wav");
     const auto mine = wav.getParentDirectory();
-    encodeToTrackPage ({ wav });
+    ASSERT_NO_FATAL_FAILURE (encodeToTrackPage ({ wav }));
     project().setOutputFormat (formatFlac);
     const auto rootBefore = namesIn (root);
 
@@ -577,6 +580,7 @@ TEST_F (EncodeRunTest, aDestinationThatCannotBeWrittenFailsTheTracksAndWritesNot
     next();
 
     EXPECT_EQ (MainComponent::currentPage, formatPage);
+    ASSERT_FALSE (dialogs.alerts().empty());
     EXPECT_EQ (dialogs.alerts().back().message, conversionFailure ({ wav.getFullPathName() }));
     EXPECT_TRUE (wav.existsAsFile());
     EXPECT_EQ (namesIn (mine), juce::StringArray ("z.wav"));
@@ -591,7 +595,7 @@ TEST_F (EncodeRunTest, anItunesFormatShowsThatItunesIsMissingOnceAndKeepsEveryth
     const auto first = userSound ("one.flac");
     const auto second = userSound ("two.wav");
     const auto mine = first.getParentDirectory();
-    encodeToTrackPage ({ first, second });
+    ASSERT_NO_FATAL_FAILURE (encodeToTrackPage ({ first, second }));
     project().setOutputFormat (formatAacItunes);
 
     next();
