@@ -1,6 +1,7 @@
 // The FLAC, Ogg Vorbis and MP3 convertors against the command-line encoders of the same
 // libraries, on one ten-minute stereo 44.1 kHz WAV file. Run through bench/convertors.sh, which gives the
 // program a virtual display and a home folder of its own and prints the figures side by side.
+#include "BenchSupport.h"
 #include "encoding/Convertor.h"
 #include "project/Project.h"
 #include "project/Track.h"
@@ -19,31 +20,13 @@ namespace
 constexpr double sampleRate = 44100.0;
 constexpr int seconds = 600;
 
-/** Tells JUCE it runs as an application, as the program does: JUCE then readies Xlib for
-    threads and handles X errors itself. */
-void runAsApplication()
-{
-    juce::JUCEApplicationBase::createInstance = []() -> juce::JUCEApplicationBase* { return nullptr; };
-}
-
 /** A folder of the benchmark's own, with the ten-minute source in it. */
 struct BenchFiles
 {
     BenchFiles()
     {
         // Never the user's home: the project's settings are written below it.
-        if (std::getenv ("GROOVESMITH_BENCH_HOME") == nullptr)
-        {
-            folder = juce::File::createTempFile ("groovesmith-bench");
-            folder.createDirectory();
-            setenv ("HOME", folder.getFullPathName().toRawUTF8(), 1);
-            setenv ("XDG_CONFIG_HOME", folder.getChildFile (".config").getFullPathName().toRawUTF8(), 1);
-        }
-        else
-        {
-            folder = juce::File (std::getenv ("GROOVESMITH_BENCH_HOME"));
-        }
-
+        folder = benchsupport::benchFolder();
         source = folder.getChildFile ("ten minutes.wav");
         if (! source.existsAsFile())
             writeSource();
@@ -99,14 +82,11 @@ void report (benchmark::State& state, const juce::File& output)
 
 void ours (benchmark::State& state, int format, const std::function<void (Project&)>& configure = {})
 {
-    if (juce::SystemStats::getEnvironmentVariable ("DISPLAY", {}).isEmpty())
-    {
-        state.SkipWithError ("the progress windows need a display: run bench/convertors.sh");
+    if (! benchsupport::haveDisplay (state, "bench/convertors.sh"))
         return;
-    }
 
     auto& bench = files();
-    runAsApplication();
+    benchsupport::runAsApplication();
     // The message thread and the progress windows, for this run alone: JUCE must be shut down
     // before the process ends.
     const juce::ScopedJuceInitialiser_GUI gui;

@@ -8,23 +8,8 @@ cd "$(dirname "$0")/.."
 
 repetitions=${1:-5}
 formats=${2:-.*}
-build_dir=${GROOVESMITH_BUILD_DIR:-build}
-script/build --target groovesmith_bench >/dev/null
-
-for tool in flac oggenc lame xvfb-run python3; do
-    command -v "$tool" >/dev/null || { echo "missing: $tool (run script/setup)" >&2; exit 1; }
-done
-
-home=$(mktemp -d /tmp/groovesmith-bench-XXXXXX)
-trap 'rm -rf "$home"' EXIT
-export HOME="$home" XDG_CONFIG_HOME="$home/.config" GROOVESMITH_BENCH_HOME="$home"
-
-xvfb-run --auto-servernum "$build_dir/bench/groovesmith_bench" \
-    --benchmark_filter="^Encode/($formats)" \
-    --benchmark_repetitions="$repetitions" \
-    --benchmark_enable_random_interleaving=true \
-    --benchmark_out="$home/results.json" --benchmark_out_format=json >"$home/console.txt" 2>&1 \
-    || { cat "$home/console.txt"; exit 1; }
+. bench/lib.sh
+run_benchmarks "^Encode/($formats)" "$repetitions" flac oggenc lame
 
 python3 - "$home/results.json" <<'PYTHON'
 import json, statistics, sys

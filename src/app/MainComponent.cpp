@@ -1,5 +1,6 @@
 #include "app/MainComponent.h"
 
+#include "app/EncodeRun.h"
 #include "app/ProjectPage.h"
 #include "app/SetupPage.h"
 #include "capture/Audio.h"
@@ -7,6 +8,7 @@
 #include "capture/Page1.h"
 #include "capture/TrackWriter.h"
 #include "editing/Page2.h"
+#include "encoding/AlbumFiles.h"
 #include "encoding/AlbumPage.h"
 #include "encoding/FinalPage.h"
 #include "encoding/Page3.h"
@@ -74,6 +76,7 @@ MainComponent::MainComponent (juce::Component* window)
 
     tooltipWindow = std::make_unique<juce::TooltipWindow> (nullptr, 700);
     project = std::make_unique<Project>();
+    albumFiles = std::make_unique<AlbumFiles> (*project);
 
     projectPage = std::make_unique<ProjectPage> (project.get());
     setupPage = std::make_unique<SetupPage> (project.get());
@@ -129,6 +132,7 @@ MainComponent::~MainComponent()
     page2.reset();
     page3.reset();
     finalPage.reset();
+    albumFiles.reset();
     project.reset();
 
     juce::LookAndFeel::setDefaultLookAndFeel (nullptr);
@@ -355,7 +359,8 @@ void MainComponent::nextClicked()
             break;
 
         case formatPageIndex:
-            goToPage (finalPageIndex);
+            if (project->trackCount() == 0 || encodeTracks())
+                goToPage (finalPageIndex);
             break;
 
         case finalPageIndex:
@@ -405,6 +410,9 @@ bool MainComponent::prepareAlbumFolder()
     if (name.isEmpty())
         return true;
 
+    // An artist or album of "." or ".." would name the root folder itself or its parent.
+    name = AlbumFiles::keptInsideFolder (name);
+
     const auto path = project->captureFolder + juce::File::getSeparatorString() + name;
     const juce::File folder (path);
     const auto title = project->translate ("Album directory");
@@ -435,6 +443,27 @@ bool MainComponent::prepareAlbumFolder()
 
     project->setCaptureFolder (path);
     return true;
+}
+
+bool MainComponent::encodeTracks()
+{
+    EncodeRun run (*project, *albumFiles);
+    return run.run();
+}
+
+void MainComponent::writeTags (const juce::String& name, const juce::File& file, int trackNumber)
+{
+    albumFiles->writeTags (name, file, trackNumber);
+}
+
+void MainComponent::moveTrackToAlbum (const juce::String& name, const juce::File& file, int trackNumber)
+{
+    albumFiles->moveTrackToAlbum (name, file, trackNumber);
+}
+
+void MainComponent::copyCoversToAlbumFolder()
+{
+    albumFiles->copyCoversToAlbumFolder();
 }
 
 void MainComponent::stopCaptureAndPreview()

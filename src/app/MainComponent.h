@@ -15,6 +15,7 @@ class Page1;
 class Page2;
 class Page3;
 class FinalPage;
+class AlbumFiles;
 
 /**
     The wizard: creates the project and the seven pages, shows one page at a time, keeps the
@@ -50,6 +51,15 @@ public:
 
     Project& getProject() { return *project; }
 
+    /** The finished track's tags: title, album, artist, year, genre and track number. */
+    void writeTags (const juce::String& name, const juce::File& file, int trackNumber);
+
+    /** The finished track goes to its final name in the album folder. */
+    void moveTrackToAlbum (const juce::String& name, const juce::File& file, int trackNumber);
+
+    /** The cover pictures go to the album folder as "Front" and "Back". */
+    void copyCoversToAlbumFolder();
+
     /** Ends the program; tests replace it. */
     std::function<void()> quitProgram;
 
@@ -61,6 +71,7 @@ public:
     // Declared before the pages so that it goes after them: they use it to the end.
     std::unique_ptr<Project> project;
     std::unique_ptr<juce::TooltipWindow> tooltipWindow;
+    std::unique_ptr<AlbumFiles> albumFiles;
 
     juce::Component* mainDialog;
     juce::TextButton backButton;
@@ -88,6 +99,9 @@ private:
 
     /** Before Next from the album page: the album folder below the root. False when the user abandons. */
     bool prepareAlbumFolder();
+
+    /** Next from the format page: the encode run over every track. False when it stopped. */
+    bool encodeTracks();
 
     /** On leaving the track page, and before Cancel: capture and preview stop. */
     void stopCaptureAndPreview();

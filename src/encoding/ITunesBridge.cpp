@@ -1,5 +1,6 @@
 #include "encoding/ITunesBridge.h"
 
+#include "encoding/AlbumFiles.h"
 #include "project/Dialogs.h"
 #include "project/Project.h"
 
@@ -56,18 +57,11 @@ juce::String ITunesBridge::moveToFinalName (const juce::String& path, Project* p
     }
 
     const auto separator = juce::File::getSeparatorString();
-    auto newPath = file.getParentDirectory().getFullPathName() + separator;
-
-    if (! project->intermediateConversion)
-    {
-        if (project->addTrackNumbers)
-            newPath << (project->encodingTrackNumber <= 9 ? "0" : "") << project->encodingTrackNumber << " - ";
-
-        if (project->artist.isNotEmpty())
-            newPath << juce::File::createLegalFileName (project->artist) << " - ";
-    }
-
-    newPath << juce::File::createLegalFileName (file.getFileNameWithoutExtension()) << file.getFileExtension();
+    // A step towards another format keeps its plain name.
+    auto newPath =
+        file.getParentDirectory().getFullPathName() + separator +
+        AlbumFiles::finalFileName (*project, file.getFileNameWithoutExtension(), project->encodingTrackNumber,
+                                   file.getFileExtension(), ! project->intermediateConversion);
 
     if (project->encodingDestination.isNotEmpty())
         newPath = project->encodingDestination + separator + juce::File (newPath).getFileName();

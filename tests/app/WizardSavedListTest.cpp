@@ -70,6 +70,7 @@ TEST_F (WizardTest, aRipNeverLooksAtTheSavedList)
     writeSavedList ({ makeFile (testHome(), "one.wav").getFullPathName() });
     next();
     EXPECT_TRUE (dialogs.alerts().empty());
+    Project::savedTrackListFile().deleteFile();
 }
 
 TEST_F (WizardTest, cancelInAnEncodeCanSaveTheListForNextTime)
@@ -83,6 +84,7 @@ TEST_F (WizardTest, cancelInAnEncodeCanSaveTheListForNextTime)
 
     EXPECT_EQ (quitCount, 1);
     EXPECT_EQ (Project::savedTrackListFile().loadFileAsString(), track.getFullPathName() + "\r\n");
+    Project::savedTrackListFile().deleteFile();
 }
 
 TEST_F (WizardTest, filesDroppedOnTheTrackPageJoinTheListInNameOrder)

@@ -26,26 +26,12 @@ TEST (CapturePageJack, aRecordIsRippedFromTheWizardThroughJack)
     const auto folder = testHome().getChildFile ("rips");
     ASSERT_TRUE (folder.createDirectory());
 
-    std::unique_ptr<JackServer> server;
     juce::String playerOutput;
     FakeDialogs dialogs;
-    juce::DocumentWindow window ("Groove Smith", juce::Colours::lightgrey, 0, true);
-    MainComponent* wizard = nullptr;
-    {
-        const StartLock startLock;
-        const auto serverName = "groovesmith-page-" + juce::String ((int) getpid());
-        setenv ("JACK_DEFAULT_SERVER", serverName.toRawUTF8(), 1);
-        server = std::make_unique<JackServer> (serverName, folder.getChildFile ("jackd.log"));
-        ASSERT_TRUE (server->isRunning());
-        ASSERT_EQ (runRecordPlayer ({ "--probe" }, playerOutput), 0);
-        chooseJackDevice();
-
-        window.setUsingNativeTitleBar (true);
-        wizard = new MainComponent (&window);
-        window.setContentOwned (wizard, false);
-        window.centreWithSize (435, 380);
-        window.setVisible (true);
-    }
+    JackWizard jack;
+    ASSERT_NO_FATAL_FAILURE (jack.start ("page", folder));
+    auto& window = jack.window;
+    auto* wizard = jack.wizard;
 
     auto& project = wizard->getProject();
     ASSERT_NE (project.getCurrentAudioDevice(), nullptr);

@@ -1,5 +1,8 @@
 #include "encoding/AudioFiles.h"
 
+#include <taglib/fileref.h>
+#include <taglib/tag.h>
+
 #include <cmath>
 #include <sstream>
 #include <sys/stat.h>
@@ -272,6 +275,63 @@ OggInfo oggInfo (const juce::File& file)
             info.nominalKbps = trimmed.fromFirstOccurrenceOf (":", false, false).trim().getDoubleValue();
     }
     return info;
+}
+
+juce::String pythonWithMutagen()
+{
+    // Debian's python3-mutagen lives with the system's Python, which a PATH may put behind another.
+    return juce::File ("/usr/bin/python3").existsAsFile() ? "/usr/bin/python3" : "python3";
+}
+
+juce::var mutagenTags (const juce::File& file)
+{
+    const auto run =
+        runTool ({ pythonWithMutagen(), "-c",
+                   "import json, sys, mutagen\n"
+                   "try:\n"
+                   "    f = mutagen.File (sys.argv[1])\n"
+                   "    tags = f.tags if f is not None else None\n"
+                   "    out = {} if tags is None else {k.lower(): [str (v) for v in tags[k]] for k in tags.keys()}\n"
+                   "except Exception as e:\n"
+                   "    out = {'error': str (e)}\n"
+                   "print (json.dumps (out))",
+                   file.getFullPathName() });
+    auto parsed = juce::JSON::parse (run.output.trim());
+    if (! parsed.isObject())
+    {
+        auto object = std::make_unique<juce::DynamicObject>();
+        object->setProperty ("error", run.output);
+        return juce::var (object.release());
+    }
+    return parsed;
+}
+
+juce::String mutagenField (const juce::var& tags, const juce::String& field)
+{
+    const auto values = tags.getProperty (field, juce::var());
+    if (! values.isArray() || values.size() == 0)
+        return "(absent)";
+    return values[0].toString();
+}
+
+TagLibTags tagLibTags (const juce::File& file)
+{
+    TagLibTags result;
+    TagLib::FileRef fileRef (file.getFullPathName().toRawUTF8());
+    auto* tag = fileRef.isNull() ? nullptr : fileRef.tag();
+    if (tag == nullptr)
+        return result;
+
+    const auto text = [] (const TagLib::String& value) { return juce::String::fromUTF8 (value.toCString (true)); };
+
+    result.opened = true;
+    result.title = text (tag->title());
+    result.album = text (tag->album());
+    result.artist = text (tag->artist());
+    result.genre = text (tag->genre());
+    result.year = tag->year();
+    result.track = tag->track();
+    return result;
 }
 
 juce::File unwritableFolder()

@@ -89,6 +89,25 @@ struct OggInfo
 };
 OggInfo oggInfo (const juce::File& file);
 
+/** The tags of a file as mutagen reads them: lower-case field names, each with its values
+    (as text); an object with the key "error" when mutagen could not read the file. */
+juce::var mutagenTags (const juce::File& file);
+
+/** The one value of a field that mutagen read, or "(absent)". */
+juce::String mutagenField (const juce::var& tags, const juce::String& field);
+
+/** The Python that has mutagen (Debian's), for tests that read tags. */
+juce::String pythonWithMutagen();
+
+/** The tags of a file as TagLib reads them; `opened` is false without a tag. */
+struct TagLibTags
+{
+    bool opened = false;
+    juce::String title, album, artist, genre;
+    unsigned int year = 0, track = 0;
+};
+TagLibTags tagLibTags (const juce::File& file);
+
 /** A folder in which no file can be made, even by an administrator. */
 juce::File unwritableFolder();
 

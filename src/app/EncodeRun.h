@@ -1,0 +1,54 @@
+#pragma once
+
+#include "encoding/AlbumFiles.h"
+
+#include <juce_core/juce_core.h>
+
+#include <vector>
+
+class Project;
+
+/**
+    The encode run, on Next from the format page: each track of the list, in order, becomes a
+    file of the chosen format (through a WAV file first when its own format cannot be read by
+    the convertor), is tagged and given its final name in the album folder; the covers go
+    there too, and the sources are cleaned up afterwards. Everything runs on the message
+    thread, one track at a time, each conversion behind its own progress window.
+*/
+class EncodeRun
+{
+public:
+    EncodeRun (Project& project, AlbumFiles& album);
+
+    /** True when the run got through and the wizard may go to the last page; false when it
+        stopped on the format page after telling the user. */
+    bool run();
+
+    /** The intermediate WAV file's path: `destination` cut at the position of the source's last
+        dot, then ".wav". The cut comes from the source and may shorten the name; it never
+        reaches into the destination's folder, and when it would, the whole name is kept. */
+    static juce::String intermediatePath (const juce::String& source, const juce::String& destination);
+
+private:
+    /** False when the run must end at once. */
+    bool encodeTrack (int index);
+
+    /** The destination folder of an encode project; none keeps the files beside their sources. */
+    void chooseDestination();
+
+    /** A path that the run may write: the user picks another while `path` is not writable, or
+        is a file of someone else's. "" when the user cancels. */
+    juce::String freePlaceFor (juce::String path, const juce::String& target) const;
+
+    void trackFailed (const juce::String& source);
+    void cleanUp();
+
+    Project& project;
+    AlbumFiles& album;
+
+    std::vector<juce::String> temporaries;
+    juce::String failedTracks;
+    bool allConverted = true;
+
+    JUCE_DECLARE_NON_COPYABLE (EncodeRun)
+};

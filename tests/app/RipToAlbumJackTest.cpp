@@ -1,0 +1,149 @@
+// A record becomes a tagged album, the whole way through the wizard: the album data and a front
+// cover, a capture through a JACK server on the dummy backend into which the tests' client plays
+// three songs, the track page, FLAC on the format page, and the encode run.
+#include "capture/CaptureTestSupport.h"
+#include "capture/JackServer.h"
+#include "capture/Page1.h"
+#include "encoding/AudioFiles.h"
+#include "support/WizardFixture.h"
+
+namespace
+{
+constexpr int second = serverRate;
+
+std::string tone (int left, int right, double amplitude, int frames)
+{
+    return "tone:" + std::to_string (left) + ":" + std::to_string (right) + ":" + std::to_string (amplitude) + ":" +
+           std::to_string (frames);
+}
+} // namespace
+
+TEST (RipToAlbumJack, aCapturedRecordEndsAsATaggedFlacAlbumWithItsCover)
+{
+    const auto python = audiofiles::runTool ({ audiofiles::pythonWithMutagen(), "-c", "import mutagen" });
+    ASSERT_EQ (python.exitCode, 0) << "mutagen is missing: install python3-mutagen (script/setup installs it)";
+    REQUIRE_TOOL ("flac", "flac");
+
+    const auto folder = testHome().getChildFile ("rip to album");
+    ASSERT_TRUE (folder.createDirectory());
+
+    FakeDialogs dialogs;
+    JackWizard jack;
+    ASSERT_NO_FATAL_FAILURE (jack.start ("album", folder));
+    auto* wizard = jack.wizard;
+
+    auto& project = wizard->getProject();
+
+    // The settings go back to their defaults for the tests that follow in this process.
+    struct RestoreSettings
+    {
+        ~RestoreSettings()
+        {
+            project.setOutputFormat (formatWav);
+            project.setThreshold (-55);
+            project.setMinSilence (2);
+            project.setSilenceLength (15);
+            project.resetDeviceSettings();
+        }
+        Project& project;
+    } restoreSettings{ project };
+
+    ASSERT_NE (project.getCurrentAudioDevice(), nullptr);
+    project.setRootDirectory (folder.getFullPathName());
+    project.setMinSilence (1);
+    project.setSilenceLength (3);
+    // The threshold a calibration over the record's silent lead-in gives.
+    project.setThreshold (10);
+    project.setOutputFormat (formatFlac);
+
+    // What the album page holds once the user has filled it in.
+    project.artist = "The Testers";
+    project.album = "Dummy Backend";
+    project.year = "1984";
+    project.genre = "Jazz";
+    const auto cover = folder.getChildFile ("sleeve.jpg");
+    {
+        juce::Image picture (juce::Image::RGB, 32, 32, true);
+        picture.clear (picture.getBounds(), juce::Colours::darkred);
+        juce::FileOutputStream stream (cover);
+        juce::JPEGImageFormat().writeImageToStream (picture, stream);
+    }
+    project.frontCover = cover;
+
+    const auto click = [] (juce::Button& button)
+    {
+        button.triggerClick();
+        pumpMessages();
+    };
+
+    click (wizard->nextButton);
+    click (wizard->nextButton);
+    ASSERT_EQ (MainComponent::currentPage, 2);
+    dialogs.answer ("Yes");
+    click (wizard->nextButton);
+    ASSERT_EQ (MainComponent::currentPage, 3);
+    const auto albumFolder = folder.getChildFile ("The Testers - Dummy Backend");
+    ASSERT_EQ (project.captureFolder, albumFolder.getFullPathName());
+
+    const std::string record = "silence:" + std::to_string (second / 2) + "," + tone (440, 660, 0.5, 3 * second) +
+                               ",silence:" + std::to_string (2 * second) +
+                               ",noise:0.3:11:" + std::to_string (2 * second) +
+                               ",silence:" + std::to_string (2 * second) + "," + tone (330, 550, 0.4, 3 * second) +
+                               ",silence:" + std::to_string (5 * second);
+
+    auto& page = *wizard->page1;
+    click (page.captureButton);
+    ASSERT_TRUE (page.isCapturing());
+
+    juce::ChildProcess player;
+    ASSERT_TRUE (player.start (juce::StringArray{ GROOVESMITH_RECORD_PLAYER, "--record", record.c_str(), "--freewheel",
+                                                  "--cycle-sleep-us", "2000" }));
+    const bool ended = pumpUntil ([&] { return ! project.captureRunning && ! page.isCapturing(); }, 120000);
+    const auto output = player.readAllProcessOutput();
+    player.waitForProcessToFinish (60000);
+    ASSERT_TRUE (ended) << "player: " << output;
+    ASSERT_EQ (project.trackCount(), 3);
+
+    click (wizard->nextButton);
+    ASSERT_EQ (MainComponent::currentPage, 4);
+    click (wizard->nextButton);
+    ASSERT_EQ (MainComponent::currentPage, 5);
+    const auto alertsBefore = dialogs.alerts().size();
+    click (wizard->nextButton);
+
+    EXPECT_EQ (MainComponent::currentPage, 6);
+    EXPECT_EQ (dialogs.alerts().size(), alertsBefore);
+
+    juce::StringArray names;
+    for (const auto& file : albumFolder.findChildFiles (juce::File::findFiles, false))
+        names.add (file.getFileName());
+    names.sort (false);
+    EXPECT_EQ (names, juce::StringArray ({ "01 - The Testers - Track1.flac", "02 - The Testers - Track2.flac",
+                                           "03 - The Testers - Track3.flac", "Front.jpg" }));
+    EXPECT_TRUE (albumFolder.getChildFile ("Front.jpg").hasIdenticalContentTo (cover));
+
+    for (int i = 1; i <= 3; ++i)
+    {
+        const auto file =
+            albumFolder.getChildFile ("0" + juce::String (i) + " - The Testers - Track" + juce::String (i) + ".flac");
+        SCOPED_TRACE (file.getFileName().toStdString());
+        const auto test = audiofiles::runTool ({ "flac", "-t", "-s", file.getFullPathName() });
+        EXPECT_EQ (test.exitCode, 0) << test.output;
+
+        const auto tags = audiofiles::mutagenTags (file);
+        EXPECT_EQ (audiofiles::mutagenField (tags, "title"), "Track" + juce::String (i)) << juce::JSON::toString (tags);
+        EXPECT_EQ (audiofiles::mutagenField (tags, "artist"), "The Testers");
+        EXPECT_EQ (audiofiles::mutagenField (tags, "album"), "Dummy Backend");
+        EXPECT_EQ (audiofiles::mutagenField (tags, "date"), "1984");
+        EXPECT_EQ (audiofiles::mutagenField (tags, "genre"), "Jazz");
+        EXPECT_EQ (audiofiles::mutagenField (tags, "tracknumber"), juce::String (i));
+
+        // Each song is there, a few seconds long, at the capture's rate.
+        const auto decoded = audiofiles::readAudio (file);
+        EXPECT_EQ (decoded.rate, 44100.0);
+        EXPECT_GE (decoded.length, 2 * second - serverBlock);
+    }
+
+    // The recordings went with the list.
+    EXPECT_EQ (project.trackCount(), 0);
+}
