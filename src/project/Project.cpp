@@ -21,6 +21,9 @@ bool isWholeNumber (const juce::String& text)
     const auto value = text.getLargeIntValue();
     return value >= std::numeric_limits<int>::min() && value <= std::numeric_limits<int>::max();
 }
+
+/** The displayed left and right levels, the meter's memory for the whole process. */
+float shownLevels[2] = { 0.0f, 0.0f };
 } // namespace
 
 Project::Project()
@@ -236,7 +239,7 @@ void Project::setLevelPair (float left, float right)
 
 float* Project::smoothedLevels (const float* newLevels)
 {
-    static float shown[2] = { 0.0f, 0.0f };
+    auto* shown = shownLevels;
     // The fall ratio as the program has always computed it: 1.23 in single precision, in doubles.
     const double ratio = static_cast<double> (1.23f);
 
@@ -250,6 +253,12 @@ float* Project::smoothedLevels (const float* newLevels)
     }
 
     return shown;
+}
+
+void Project::resetSmoothedLevels()
+{
+    shownLevels[0] = 0.0f;
+    shownLevels[1] = 0.0f;
 }
 
 //==============================================================================
