@@ -240,16 +240,18 @@ void Project::setLevelPair (float left, float right)
 float* Project::smoothedLevels (const float* newLevels)
 {
     auto* shown = shownLevels;
-    // The fall ratio as the program has always computed it: 1.23 in single precision, in doubles.
+    // The fall ratio as the program has always computed it: 1.23 in single precision, and the
+    // whole step in doubles, the difference included, rounded to a float only when stored.
     const double ratio = static_cast<double> (1.23f);
 
     for (int channel = 0; channel < 2; ++channel)
     {
-        const float incoming = newLevels[channel];
-        if (shown[channel] < incoming)
-            shown[channel] = incoming;
+        const double incoming = newLevels[channel];
+        const double held = shown[channel];
+        if (held < incoming)
+            shown[channel] = newLevels[channel];
         else
-            shown[channel] = static_cast<float> (incoming + (shown[channel] - incoming) / ratio);
+            shown[channel] = static_cast<float> (incoming + (held - incoming) / ratio);
     }
 
     return shown;
