@@ -1,21 +1,10 @@
 #include "encoding/WavConvertor.h"
 
 #include "encoding/ITunesBridge.h"
+#include "project/Int16Samples.h"
 #include "project/Project.h"
 
 #include <juce_audio_formats/juce_audio_formats.h>
-
-namespace
-{
-/** Floats to 16-bit samples: scaled by 32767, clipped and rounded, as JUCE's old
-    convertFloatToInt16LE does. */
-void floatsToInt16 (const float* source, juce::int16* destination, int count)
-{
-    constexpr double maximum = 32767.0;
-    for (int i = 0; i < count; ++i)
-        destination[i] = (juce::int16) juce::roundToInt (juce::jlimit (-maximum, maximum, maximum * source[i]));
-}
-} // namespace
 
 WavConvertorThread::WavConvertorThread (const juce::String& sourceToRead, const juce::String& destinationToWrite,
                                         Project* owner)
