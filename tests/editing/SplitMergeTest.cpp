@@ -3,6 +3,7 @@
 #include "editing/SplitThread.h"
 
 #include "WavFiles.h"
+#include "support/StatusKeeping.h"
 
 #include <gtest/gtest.h>
 
@@ -72,33 +73,8 @@ void expectSilence (const std::vector<int>& samples, int from)
         ASSERT_EQ (samples[i], 0) << "frame " << i;
 }
 
-class StatusKeepingSplit : public SplitThread
-{
-public:
-    using SplitThread::SplitThread;
-    juce::StringArray shown;
-
-protected:
-    void showStatus (const juce::String& text) override
-    {
-        shown.add (text);
-        SplitThread::showStatus (text);
-    }
-};
-
-class StatusKeepingMerge : public MergeThread
-{
-public:
-    using MergeThread::MergeThread;
-    juce::StringArray shown;
-
-protected:
-    void showStatus (const juce::String& text) override
-    {
-        shown.add (text);
-        MergeThread::showStatus (text);
-    }
-};
+using StatusKeepingSplit = StatusKeeping<SplitThread>;
+using StatusKeepingMerge = StatusKeeping<MergeThread>;
 
 juce::File file (const char* name)
 {

@@ -4,6 +4,7 @@
 #include "encoding/SaveElsewhere.h"
 #include "project/Project.h"
 #include "support/FakeDialogs.h"
+#include "support/StatusKeeping.h"
 
 #include <gtest/gtest.h>
 
@@ -75,23 +76,7 @@ TEST_F (FileWorkersTest, aMoveToAnotherVolumeReportsWhatTheFileSystemMoveReports
     secondTarget.deleteFile();
 }
 
-namespace
-{
-/** A copy that keeps the status lines it shows. */
-class StatusKeepingCopy : public CopyMyFile
-{
-public:
-    using CopyMyFile::CopyMyFile;
-    juce::StringArray shown;
-
-protected:
-    void showStatus (const juce::String& text) override
-    {
-        shown.add (text);
-        CopyMyFile::showStatus (text);
-    }
-};
-} // namespace
+using StatusKeepingCopy = StatusKeeping<CopyMyFile>;
 
 TEST_F (FileWorkersTest, theCopyWindowSpeaksTheUsersLanguageButCancelDoesNot)
 {
