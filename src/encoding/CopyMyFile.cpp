@@ -1,7 +1,7 @@
 #include "encoding/CopyMyFile.h"
 
-#include "encoding/Convertor.h"
 #include "project/Project.h"
+#include "project/WorkerWindow.h"
 
 namespace
 {
