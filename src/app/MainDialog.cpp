@@ -18,5 +18,9 @@ MainDialog::MainDialog()
 
 void MainDialog::closeButtonPressed()
 {
-    juce::JUCEApplication::quit();
+    // The wizard's one way out of the program, with no question asked here.
+    if (auto* wizard = dynamic_cast<MainComponent*> (getContentComponent()))
+        wizard->quitProgram();
+    else
+        juce::JUCEApplication::quit();
 }

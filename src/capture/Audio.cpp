@@ -66,12 +66,18 @@ bool Audio::start (bool shouldWriteToDisk)
     const int rate = static_cast<int> (device->getCurrentSampleRate());
     const int bufferSize = juce::jmax (1, device->getCurrentBufferSizeSamples());
 
-    // A run that was never stopped is ended first, and the thread of the last run is let go.
-    stop();
-    signalThreadShouldExit();
-    wakeUp.signal();
-    stopThread (-1);
-    wakeUp.reset();
+    // A start during a run (Test clicked while Calibrate runs) carries the run on: nothing is
+    // stopped and no "END" goes out, and the thread that watches the run keeps watching it. A
+    // thread left over from a run that has ended, or is ending, is let go so that a fresh one
+    // watches the new run.
+    const bool runGoing = started && status->phase == CaptureStatus::running;
+    if (! runGoing && isThreadRunning())
+    {
+        signalThreadShouldExit();
+        wakeUp.signal();
+        stopThread (-1);
+        wakeUp.reset();
+    }
 
     writeToDisk = shouldWriteToDisk;
     status->writeToDisk = shouldWriteToDisk;
@@ -111,7 +117,7 @@ bool Audio::start (bool shouldWriteToDisk)
 
     // The device that Project opened keeps running; the callback joins it.
     project->addAudioCallback (callback.get());
-    if (project->getCurrentAudioDevice() != nullptr)
+    if (project->getCurrentAudioDevice() != nullptr && ! isThreadRunning())
         startThread();
 
     sendActionMessage (eventStarted);
@@ -128,7 +134,12 @@ void Audio::stop()
 
     status->phase = CaptureStatus::stopped;
 
-    // Once the callback is detached no block is in flight, and the writer is ours.
+    // The callback leaves the device, but the device itself is not stopped. The device manager
+    // started it when it opened it, and it serves every player that joins it: the preview of
+    // the track page and the next run only join it, and nothing short of closing and reopening
+    // the device could start it again (which would also drop the user's own connections of a
+    // JACK device). Leaving takes the manager's callback lock, so once it returns no block is in
+    // flight and the writer is ours, as it would be after a stop of the device.
     if (callback != nullptr)
         project->removeAudioCallback (callback.get());
 

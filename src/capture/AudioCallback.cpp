@@ -1,8 +1,8 @@
 #include "capture/AudioCallback.h"
 
-#include "project/Dialogs.h"
 #include "capture/Audio.h"
 #include "capture/TrackWriter.h"
+#include "project/Dialogs.h"
 #include "project/Project.h"
 
 #include <cmath>
@@ -37,6 +37,11 @@ void AudioCallback::setClock (Clock newClock)
 int AudioCallback::getSameMillisecondCount()
 {
     return sameMillisecondCount;
+}
+
+void AudioCallback::resetSameMillisecondCount()
+{
+    sameMillisecondCount = 0;
 }
 
 void AudioCallback::audioDeviceAboutToStart (juce::AudioIODevice* device)

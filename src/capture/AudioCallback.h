@@ -46,6 +46,10 @@ public:
     /** Callbacks in a row that found the same millisecond as the one before, process-wide. */
     static int getSameMillisecondCount();
 
+    /** Brings that count back to zero, as at the start of the process. The program never calls
+        it, since the count outlives runs; tests do, so that each one starts from rest. */
+    static void resetSameMillisecondCount();
+
 private:
     void broadcast (const juce::String& event) const;
     void endOfStream();

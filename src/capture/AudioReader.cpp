@@ -1,5 +1,6 @@
 #include "capture/AudioReader.h"
 
+#include "capture/Audio.h"
 #include "project/Project.h"
 
 namespace
@@ -26,9 +27,15 @@ AudioReader::AudioReader (Project* p)
     : transport (std::make_unique<juce::AudioTransportSource>()),
       project (p)
 {
+    // Nothing else plays or records beside a preview: an earlier player and the capture engine
+    // both leave the device.
     if (attachedReader != nullptr && attachedReader != this)
         project->removeAudioCallback (attachedReader);
     attachedReader = nullptr;
+
+    if (auto* engine = Audio::getInstance())
+        if (auto* captureCallback = engine->getCallback())
+            project->removeAudioCallback (captureCallback);
 }
 
 AudioReader::~AudioReader()

@@ -16,7 +16,7 @@ class Project;
 class AudioReader : public juce::ActionBroadcaster, public juce::AudioIODeviceCallback
 {
 public:
-    /** Detaches any earlier player from the device manager. */
+    /** Detaches any earlier player and the capture engine from the device manager. */
     explicit AudioReader (Project* project);
 
     /** Stops the sound and lets go of the device, the file and the player. */

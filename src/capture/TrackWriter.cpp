@@ -1,5 +1,7 @@
 #include "capture/TrackWriter.h"
 
+#include "project/Int16Samples.h"
+
 namespace
 {
 std::unique_ptr<TrackWriter>& instance()
@@ -71,10 +73,8 @@ bool TrackWriter::write (const float* const* channels, int numSamples)
 
     // Through 16 bits: this is where the capture clips.
     juce::HeapBlock<int16_t> left16 (count), right16 (count);
-    JUCE_BEGIN_IGNORE_WARNINGS_GCC_LIKE ("-Wdeprecated-declarations")
-    juce::AudioDataConverters::convertFloatToInt16LE (channels[0], left16.get(), numSamples);
-    juce::AudioDataConverters::convertFloatToInt16LE (channels[1], right16.get(), numSamples);
-    JUCE_END_IGNORE_WARNINGS_GCC_LIKE
+    floatsToInt16 (channels[0], left16.get(), numSamples);
+    floatsToInt16 (channels[1], right16.get(), numSamples);
 
     // The format writer takes 32-bit left-justified integers, one null-terminated pointer list.
     juce::HeapBlock<int> left32 (count + 1), right32 (count + 1);

@@ -2,7 +2,9 @@
 
 #include "editing/Declicker.h"
 #include "editing/Denoiser.h"
+#include "project/Int16Samples.h"
 #include "project/Project.h"
+#include "project/WorkerWindow.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,7 +14,7 @@ FiltersProgressThread::FiltersProgressThread (bool /*normalizeAsked*/, int denoi
                                               juce::AudioFormatWriter* writerToUse, int numSamplesToUse,
                                               Project* projectForTexts)
     : CFilters (projectForTexts),
-      juce::ThreadWithProgressWindow ("Applying filters...", true, true, 10000, "Cancel"),
+      juce::ThreadWithProgressWindow ("Applying filters...", true, true, workerCancellingTimeOutMs, workerCancelText),
       denoiseThreshold (denoiseThresholdToUse),
       declickSensibility (declickSensibilityToUse),
       normalize (true) // a filter run always normalizes, whatever was asked
@@ -122,9 +124,7 @@ void FiltersProgressThread::run()
                 outputBlock[i * numChannels + channel] = work[channel * 256 + i] * 0.800000011920929f;
 
         // The write path is stereo: 512 values, split into left and right in the top 16 bits.
-        JUCE_BEGIN_IGNORE_WARNINGS_GCC_LIKE ("-Wdeprecated-declarations")
-        juce::AudioDataConverters::convertFloatToInt16LE (outputBlock, pcm, 512, 2);
-        JUCE_END_IGNORE_WARNINGS_GCC_LIKE
+        floatsToInt16 (outputBlock, pcm, 512);
 
         for (int i = 0; i < 256; ++i)
         {

@@ -1,7 +1,9 @@
 #include "editing/StreamingThread.h"
 
+#include "project/WorkerWindow.h"
+
 StreamingThread::StreamingThread (const juce::String& title)
-    : juce::ThreadWithProgressWindow (title, true, true, 10000, "Cancel"),
+    : juce::ThreadWithProgressWindow (title, true, true, workerCancellingTimeOutMs, workerCancelText),
       transport (std::make_unique<juce::AudioTransportSource>()),
       formatManager (std::make_unique<juce::AudioFormatManager>())
 {
@@ -10,7 +12,7 @@ StreamingThread::StreamingThread (const juce::String& title)
 
 StreamingThread::~StreamingThread()
 {
-    stopThread (10000);
+    stopThread (workerCancellingTimeOutMs);
     releaseReading();
 }
 

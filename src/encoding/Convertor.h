@@ -1,5 +1,7 @@
 #pragma once
 
+#include "project/WorkerWindow.h"
+
 #include <juce_core/juce_core.h>
 
 #include <memory>
@@ -36,9 +38,3 @@ constexpr int convertorChunkSamples = 100000;
 
 /** Output files are written through a buffer of this many bytes. */
 constexpr int convertorOutputBufferSize = 32768;
-
-/** How long Cancel waits for a worker to stop before it is ended. */
-constexpr int convertorCancellingTimeOutMs = 10000;
-
-/** The text of the workers' Cancel button, which is never translated. */
-constexpr const char* convertorCancelText = "Cancel";

@@ -2,7 +2,7 @@
 
 ConvertorThread::ConvertorThread (const juce::String& title, const juce::String& sourceToRead,
                                   const juce::String& destinationToWrite, bool initialResult)
-    : juce::ThreadWithProgressWindow (title, true, true, convertorCancellingTimeOutMs, convertorCancelText),
+    : juce::ThreadWithProgressWindow (title, true, true, workerCancellingTimeOutMs, workerCancelText),
       source (sourceToRead),
       destination (destinationToWrite),
       result (initialResult)

@@ -1,17 +1,28 @@
 #include "encoding/CopyMyFile.h"
 
-#include "encoding/Convertor.h"
+#include "project/Project.h"
+#include "project/WorkerWindow.h"
 
-CopyMyFile::CopyMyFile (const juce::File& from, const juce::File& to, bool moveInstead)
-    : juce::ThreadWithProgressWindow ("Copying...", false, true, convertorCancellingTimeOutMs, convertorCancelText),
+namespace
+{
+juce::String shown (const Project* project, const juce::String& text)
+{
+    return project != nullptr ? project->translate (text) : text;
+}
+} // namespace
+
+CopyMyFile::CopyMyFile (const juce::File& from, const juce::File& to, bool moveInstead, Project* projectForTexts)
+    : juce::ThreadWithProgressWindow (shown (projectForTexts, "Copying..."), false, true, workerCancellingTimeOutMs,
+                                      workerCancelText),
       source (from),
       destination (to),
-      move (moveInstead)
+      move (moveInstead),
+      project (projectForTexts)
 {
 }
 
 void CopyMyFile::run()
 {
-    setStatusMessage ("Copying current track...");
+    showStatus (shown (project, "Copying current track..."));
     result = move ? source.moveFileTo (destination) : source.copyFileTo (destination);
 }

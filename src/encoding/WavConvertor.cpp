@@ -1,6 +1,7 @@
 #include "encoding/WavConvertor.h"
 
 #include "encoding/ITunesBridge.h"
+#include "project/Int16Samples.h"
 #include "project/Project.h"
 
 #include <juce_audio_formats/juce_audio_formats.h>

@@ -21,6 +21,9 @@ bool isWholeNumber (const juce::String& text)
     const auto value = text.getLargeIntValue();
     return value >= std::numeric_limits<int>::min() && value <= std::numeric_limits<int>::max();
 }
+
+/** The displayed left and right levels, the meter's memory for the whole process. */
+float shownLevels[2] = { 0.0f, 0.0f };
 } // namespace
 
 Project::Project()
@@ -236,20 +239,28 @@ void Project::setLevelPair (float left, float right)
 
 float* Project::smoothedLevels (const float* newLevels)
 {
-    static float shown[2] = { 0.0f, 0.0f };
-    // The fall ratio as the program has always computed it: 1.23 in single precision, in doubles.
+    auto* shown = shownLevels;
+    // The fall ratio as the program has always computed it: 1.23 in single precision, and the
+    // whole step in doubles, the difference included, rounded to a float only when stored.
     const double ratio = static_cast<double> (1.23f);
 
     for (int channel = 0; channel < 2; ++channel)
     {
-        const float incoming = newLevels[channel];
-        if (shown[channel] < incoming)
-            shown[channel] = incoming;
+        const double incoming = newLevels[channel];
+        const double held = shown[channel];
+        if (held < incoming)
+            shown[channel] = newLevels[channel];
         else
-            shown[channel] = static_cast<float> (incoming + (shown[channel] - incoming) / ratio);
+            shown[channel] = static_cast<float> (incoming + (held - incoming) / ratio);
     }
 
     return shown;
+}
+
+void Project::resetSmoothedLevels()
+{
+    shownLevels[0] = 0.0f;
+    shownLevels[1] = 0.0f;
 }
 
 //==============================================================================

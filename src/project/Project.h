@@ -72,6 +72,10 @@ public:
     static float* smoothedLevels (const float* newLevels);
     float* smoothedLevels() { return smoothedLevels (levelPair.get()); }
 
+    /** Brings the displayed levels back to zero, as at the start of the process. The program
+        never calls it, since the levels outlive runs; tests do, so that each one starts from rest. */
+    static void resetSmoothedLevels();
+
     //==============================================================================
     // The audio device.
     void openAudioDevice();

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 TEST (Application, namesItselfAndAllowsOneInstance)
 {
     MyJUCEApplication application;
@@ -71,24 +73,42 @@ TEST (Application, aCloseRequestFromThePlatformQuitsWithoutAQuestionEvenWithTrac
     auto* wizard = dynamic_cast<MainComponent*> (window.getContentComponent());
     ASSERT_NE (wizard, nullptr);
 
+    // The program's quit, caught here: a real one would end the message loop of every test
+    // that runs after this one in the same process.
+    int quits = 0;
+    wizard->quitProgram = [&quits] { ++quits; };
+
     const auto track = testHome().getChildFile ("Track1.wav");
     track.replaceWithText ("audio");
     wizard->getProject().addTrack (track.getFullPathName(), formatWav);
 
-    ASSERT_FALSE (juce::MessageManager::getInstance()->hasStopMessageBeenSent());
     auto* peer = window.getPeer();
     ASSERT_NE (peer, nullptr);
     peer->handleUserClosingWindow();
 
-    EXPECT_TRUE (juce::MessageManager::getInstance()->hasStopMessageBeenSent());
+    EXPECT_EQ (quits, 1);
     EXPECT_TRUE (dialogs.alerts().empty());
     EXPECT_TRUE (track.existsAsFile());
+    EXPECT_EQ (wizard->getProject().trackCount(), 1);
 }
 
 //==============================================================================
 namespace
 {
-/** The program's top-level windows on the display, as the display server lists them. */
+/** The visible top-level windows on the display, whatever their titles: the program's main
+    window and any other window (an alert, say) that a process opened. */
+int countVisibleWindows()
+{
+    juce::ChildProcess search;
+    // Every name matches the pattern, even an empty one.
+    if (! search.start (juce::StringArray{ "xdotool", "search", "--onlyvisible", "--maxdepth", "1", "--name", "^" }))
+        return -1;
+    auto lines = juce::StringArray::fromLines (search.readAllProcessOutput());
+    lines.removeEmptyStrings();
+    return lines.size();
+}
+
+/** The program's main windows on the display, by their title. */
 int countProgramWindows()
 {
     juce::ChildProcess search;
@@ -97,6 +117,30 @@ int countProgramWindows()
     auto lines = juce::StringArray::fromLines (search.readAllProcessOutput());
     lines.removeEmptyStrings();
     return lines.size();
+}
+
+/** Ends a process of the test's when the test ends, however it ends. */
+struct EndsWithTheTest
+{
+    juce::ChildProcess& process;
+    ~EndsWithTheTest()
+    {
+        if (process.isRunning())
+        {
+            process.kill();
+            process.waitForProcessToFinish (5000);
+        }
+    }
+};
+
+/** True when no instance of the program holds its single-instance lock. */
+bool noInstanceRunning()
+{
+    juce::InterProcessLock lock ("juceAppLock_Tonewell Groove Smith");
+    if (! lock.enter (0))
+        return false;
+    lock.exit();
+    return true;
 }
 
 bool waitFor (std::function<bool()> condition, int milliseconds)
@@ -116,9 +160,11 @@ TEST (Application, aSecondStartShowsNothingAndEnds)
 {
     const juce::File program (GROOVESMITH_EXECUTABLE);
     ASSERT_TRUE (program.existsAsFile());
+    ASSERT_TRUE (waitFor (noInstanceRunning, 120000)) << "Groove Smith is already running on this machine";
 
     // A display of this test's own, so that other tests' windows do not count.
     juce::ChildProcess display;
+    const EndsWithTheTest displayEnds{ display };
     ASSERT_TRUE (
         display.start (juce::StringArray{ "Xvfb", "-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten", "tcp" },
                        juce::ChildProcess::wantStdOut));
@@ -132,25 +178,38 @@ TEST (Application, aSecondStartShowsNothingAndEnds)
     ASSERT_TRUE (number.trim().containsOnly ("0123456789") && number.trim().isNotEmpty());
     const auto previousDisplay = juce::SystemStats::getEnvironmentVariable ("DISPLAY", {});
     setenv ("DISPLAY", (":" + number.trim()).toRawUTF8(), 1);
+    const struct DisplayComesBack
+    {
+        juce::String previous;
+        ~DisplayComesBack() { setenv ("DISPLAY", previous.toRawUTF8(), 1); }
+    } displayComesBack{ previousDisplay };
 
     ASSERT_EQ (countProgramWindows(), 0);
+    const int emptyDisplay = countVisibleWindows();
+    ASSERT_GE (emptyDisplay, 0);
 
     juce::ChildProcess first;
+    const EndsWithTheTest firstEnds{ first };
     ASSERT_TRUE (first.start (program.getFullPathName(), 0));
     ASSERT_TRUE (waitFor ([] { return countProgramWindows() == 1; }, 20000))
         << "the first start shows no window: is Groove Smith already running on this machine?";
+    juce::Thread::sleep (300);
+    ASSERT_EQ (countVisibleWindows(), emptyDisplay + 1) << "the first start shows more than its window";
 
+    // While the second start lives, and after it, the display holds the first one's window alone.
     juce::ChildProcess second;
+    const EndsWithTheTest secondEnds{ second };
     ASSERT_TRUE (second.start (program.getFullPathName(), 0));
-    EXPECT_TRUE (second.waitForProcessToFinish (20000)) << "the second start did not end by itself";
+    int mostWindows = 0;
+    const auto deadline = juce::Time::getMillisecondCounter() + 20000;
+    while (second.isRunning() && juce::Time::getMillisecondCounter() < deadline)
+        mostWindows = std::max (mostWindows, countVisibleWindows());
+    EXPECT_TRUE (second.waitForProcessToFinish (1000)) << "the second start did not end by itself";
     EXPECT_EQ (second.getExitCode(), 0u);
+    EXPECT_LE (mostWindows, emptyDisplay + 1) << "the second start opened a window";
 
     EXPECT_TRUE (first.isRunning());
     juce::Thread::sleep (300);
     EXPECT_EQ (countProgramWindows(), 1);
-
-    first.kill();
-    first.waitForProcessToFinish (5000);
-    display.kill();
-    setenv ("DISPLAY", previousDisplay.toRawUTF8(), 1);
+    EXPECT_EQ (countVisibleWindows(), emptyDisplay + 1);
 }

@@ -105,6 +105,12 @@ TEST_F (WizardTest, clickingYesTwiceLeavesThePreampOnAndSavesIt)
     next();
     auto& page = *wizard->setupPage;
     click (page.preampYes);
+    EXPECT_TRUE (project().preamp);
+    EXPECT_EQ (project().getSettings().getValue ("preamp"), "1");
+
+    // The stored value is changed behind the page's back: only a second write brings it back,
+    // since the settings ignore a value equal to the one they hold.
+    project().getSettings().setValue ("preamp", "0");
     click (page.preampYes);
     EXPECT_TRUE (project().preamp);
     EXPECT_TRUE (page.preampYes.getToggleState());

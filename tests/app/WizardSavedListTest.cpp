@@ -91,19 +91,20 @@ TEST_F (WizardTest, filesDroppedOnTheTrackPageJoinTheListInNameOrder)
 {
     click (wizard->projectPage->encodeButton);
     next();
-    const auto b = makeFile (testHome(), "b.wav");
-    const auto a = makeFile (testHome(), "A.flac");
-    const auto c = makeFile (testHome(), "c.aiff");
+    // Sorted with regard to case, "C.aiff" and "D.wav" would come before "b.flac".
+    const auto b = makeFile (testHome(), "b.flac");
+    const auto c = makeFile (testHome(), "C.aiff");
+    const auto d = makeFile (testHome(), "D.wav");
     const auto text = makeFile (testHome(), "notes.txt");
 
-    wizard->filesDropped ({ c.getFullPathName(), text.getFullPathName(), b.getFullPathName(), a.getFullPathName() },
+    wizard->filesDropped ({ d.getFullPathName(), text.getFullPathName(), c.getFullPathName(), b.getFullPathName() },
                           100, 100);
 
+    EXPECT_EQ (trackPaths (project()),
+               juce::StringArray (b.getFullPathName(), c.getFullPathName(), d.getFullPathName()));
     ASSERT_EQ (project().trackCount(), 3);
-    EXPECT_EQ (project().trackPath (0), a.getFullPathName());
-    EXPECT_EQ (project().trackPath (1), b.getFullPathName());
-    EXPECT_EQ (project().trackPath (2), c.getFullPathName());
-    EXPECT_EQ (project().trackFormat (2), formatAiff);
+    EXPECT_EQ (project().trackFormat (0), formatFlac);
+    EXPECT_EQ (project().trackFormat (1), formatAiff);
 }
 
 TEST_F (WizardTest, filesDroppedElsewhereAreIgnored)

@@ -306,6 +306,55 @@ TEST_F (CaptureRun, loudPassagesClipOnlyAtTheSixteenBitFile)
     EXPECT_EQ (*std::max_element (contents.left.begin(), contents.left.end()), 32767);
 }
 
+TEST_F (CaptureRun, aStartDuringARunCarriesTheRunOnWithoutAnEnd)
+{
+    // Calibrate runs; then Test is clicked.
+    ASSERT_TRUE (audio->start (false));
+    project->setCalibrationRequested (true);
+    feedTones (10);
+    pumpMessages();
+    ASSERT_EQ (log.events, juce::StringArray ("STARTED"));
+    ASSERT_TRUE (project->calibrating);
+
+    ASSERT_TRUE (audio->start (false));
+    pumpMessages();
+    EXPECT_EQ (log.events, juce::StringArray ("STARTED", "STARTED"));
+    EXPECT_TRUE (audio->isStarted());
+    EXPECT_EQ (audio->getStatus().phase, CaptureStatus::running);
+
+    // The calibration's five seconds go on from its own first block, and their end ends the run.
+    feedSilence (40);
+    EXPECT_TRUE (project->calibrating);
+    feedSilence (1);
+    EXPECT_FALSE (project->calibrating);
+    EXPECT_EQ (audio->getStatus().phase, CaptureStatus::stopRequested);
+
+    ASSERT_TRUE (waitForEnd());
+    EXPECT_EQ (log.events, juce::StringArray ("STARTED", "STARTED", "END"));
+    EXPECT_FALSE (audio->isStarted());
+}
+
+TEST_F (CaptureRun, afterAStopNoBlockReachesTheEngineAndTheDeviceServesTheNextRun)
+{
+    ASSERT_TRUE (audio->start (false));
+    feedTones (2);
+    audio->stop();
+    project->takeWaveformSamples();
+    project->setLevelPair (0.0f, 0.0f);
+
+    feedTones (3);
+    EXPECT_TRUE (project->takeWaveformSamples().isEmpty());
+    EXPECT_EQ (project->levelPair[0], 0.0f);
+
+    ASSERT_TRUE (audio->start (false));
+    feedTones (1);
+    EXPECT_EQ (project->takeWaveformSamples().size(), blockSize);
+    EXPECT_GT (project->levelPair[0], 0.0f);
+    audio->stop();
+    pumpMessages();
+    EXPECT_EQ (log.events, juce::StringArray ("STARTED", "END", "STARTED", "END"));
+}
+
 TEST_F (CaptureRun, withoutADeviceStartRefusesAndSaysNothing)
 {
     project->closeAudioDevice();

@@ -65,6 +65,16 @@ protected:
 
     juce::String counter() const { return page->trackCounter.isVisible() ? page->trackCounter.getText() : "(hidden)"; }
 
+    /** Columns of the sound preview that hold anything. */
+    int columnsInUse() const
+    {
+        int used = 0;
+        for (int i = 0; i < WavFormComponent::numColumns; ++i)
+            if (page->waveform.getColumn (i) != 0.0f)
+                ++used;
+        return used;
+    }
+
     juce::File folder;
     FakeAudioDevice* device = nullptr;
     Page1* page = nullptr;
@@ -244,19 +254,96 @@ TEST_F (CapturePageTest, paramIsRefusedDuringACaptureAndAllowedDuringATest)
     EXPECT_FALSE (page->testButton.isActive());
 }
 
-TEST_F (CapturePageTest, calibrateDuringATestOnlyUnchecksEcho)
+TEST_F (CapturePageTest, calibrateDuringATestOnlyUnchecksEchoAndClearsTheWaveform)
 {
+    EventLog log;
+    Audio::getInstance (&project(), &log);
+
     project().echoOn = true;
     page->echoButton.setToggleState (true, juce::dontSendNotification);
     click (page->testButton);
-    feedSilence (1);
+    feedTones (3);
+    ASSERT_TRUE (pumpUntil ([this] { return columnsInUse() > 0; }));
+    ASSERT_EQ (log.events, juce::StringArray ("STARTED"));
 
     click (page->calibrateButton);
+    EXPECT_EQ (columnsInUse(), 0);
     EXPECT_TRUE (dialogs.alerts().empty());
     EXPECT_FALSE (page->echoButton.getToggleState());
     EXPECT_FALSE (project().echoOn);
     EXPECT_FALSE (page->isCalibrating());
     EXPECT_TRUE (page->isTesting());
+
+    // The Test runs on as it was: no new run, no calibration.
+    feedSilence (2);
+    EXPECT_EQ (log.withoutTimes(), juce::StringArray ("STARTED"));
+    EXPECT_TRUE (Audio::getInstance()->isStarted());
+    EXPECT_FALSE (project().calibrationRequested);
+    EXPECT_FALSE (project().calibrating);
+    EXPECT_EQ (project().threshold, 10);
+    EXPECT_EQ (counter(), "Testing..");
+    EXPECT_TRUE (page->testButton.isActive());
+    EXPECT_FALSE (page->calibrateButton.isActive());
+
+    Audio::getInstance()->removeActionListener (&log);
+}
+
+TEST_F (CapturePageTest, aCalibrationShowsItsLabelWhenTheRunHasStarted)
+{
+    dialogs.answer ("OK");
+    click (page->calibrateButton);
+    feedSilence (1);
+    EXPECT_TRUE (page->isCalibrating());
+    EXPECT_EQ (counter(), "Calibrating...");
+    EXPECT_TRUE (page->calibrateButton.isActive());
+    EXPECT_FALSE (page->testButton.isActive());
+
+    // A second click ends it at once.
+    click (page->calibrateButton);
+    pumpMessages();
+    EXPECT_FALSE (page->isCalibrating());
+    EXPECT_FALSE (page->calibrateButton.isActive());
+    EXPECT_FALSE (project().calibrating);
+    EXPECT_EQ (counter(), "(hidden)");
+}
+
+TEST_F (CapturePageTest, aStartThatFailsLeavesThePageIdleWithNothingShown)
+{
+    EventLog log;
+    Audio::getInstance (&project(), &log);
+    project().closeAudioDevice();
+    ASSERT_EQ (project().getCurrentAudioDevice(), nullptr);
+
+    click (page->captureButton);
+    EXPECT_FALSE (page->isCapturing());
+    EXPECT_FALSE (project().captureStarted);
+    EXPECT_EQ (page->captureButton.getTooltip(), "Start the rip");
+    EXPECT_EQ (counter(), "(hidden)");
+
+    click (page->testButton);
+    EXPECT_FALSE (page->isTesting());
+
+    dialogs.answer ("OK");
+    click (page->calibrateButton);
+    EXPECT_FALSE (page->isCalibrating());
+
+    pumpMessages();
+    EXPECT_TRUE (log.events.isEmpty());
+    EXPECT_EQ (counter(), "(hidden)");
+    EXPECT_FALSE (page->captureButton.isActive());
+    EXPECT_FALSE (page->testButton.isActive());
+    EXPECT_FALSE (page->calibrateButton.isActive());
+    ASSERT_EQ (dialogs.alerts().size(), 1u); // only the calibration's own question
+    EXPECT_EQ (dialogs.alerts()[0].title, "Silence threshold calibration");
+
+    // Idle indeed: the buttons answer as on a fresh page once a device is there.
+    project().restartLastAudioDevice();
+    device = dynamic_cast<FakeAudioDevice*> (project().getCurrentAudioDevice());
+    ASSERT_NE (device, nullptr);
+    project().calibrationRequested = false;
+    click (page->testButton);
+    EXPECT_TRUE (page->isTesting());
+    Audio::getInstance()->removeActionListener (&log);
 }
 
 TEST_F (CapturePageTest, calibratingOverAQuietGrooveSetsTheThresholdJustAboveIt)
@@ -317,6 +404,50 @@ TEST_F (CapturePageTest, rumbleFollowsItsButtonAtOnce)
     EXPECT_FALSE (project().rumbleOn);
     click (page->rumbleButton);
     EXPECT_TRUE (project().rumbleOn);
+}
+
+TEST_F (CapturePageTest, aDriverErrorDuringACaptureStopsTheEngineAndListsTheFileWritten)
+{
+    project().saveDeviceSettings();
+    ASSERT_TRUE (project().getSettings().containsKey ("devicesettings"));
+
+    click (page->captureButton);
+    feedTones (4);
+    ASSERT_EQ (counter(), "Track 1 (0.30)");
+
+    // The device starts calling back in a tight loop: the eleventh such block trips the watchdog.
+    AudioCallback::setClock (&frozenClock);
+    feedTones (12);
+    ASSERT_TRUE (pumpUntil ([this] { return ! project().captureRunning; }));
+
+    ASSERT_EQ (dialogs.alerts().size(), 1u);
+    EXPECT_EQ (dialogs.alerts()[0].title, "Driver error !");
+    EXPECT_FALSE (Audio::getInstance()->isStarted());
+    EXPECT_EQ (Audio::getInstance()->getStatus().phase, CaptureStatus::stopped);
+    EXPECT_FALSE (page->isCapturing());
+    EXPECT_FALSE (page->captureButton.isActive());
+    EXPECT_EQ (page->captureButton.getTooltip(), "Start the rip");
+    EXPECT_EQ (counter(), "(hidden)");
+    EXPECT_FALSE (project().getSettings().containsKey ("devicesettings"));
+
+    // The file is closed, whole, and in the track list: the four blocks before the loop and the
+    // ten of it that the watchdog let through.
+    const auto file = folder.getChildFile ("Track1.wav");
+    ASSERT_EQ (project().trackCount(), 1);
+    EXPECT_EQ (project().trackPath (0), file.getFullPathName());
+    const auto contents = readWav (file);
+    ASSERT_TRUE (contents.valid);
+    EXPECT_EQ (contents.left.size(), (size_t) (14 * blockSize));
+
+    // The page is idle again: Capture starts a new run.
+    AudioCallback::setClock (&advancingClock);
+    click (page->captureButton);
+    feedSilence (1);
+    EXPECT_TRUE (page->isCapturing());
+    EXPECT_TRUE (project().captureRunning);
+    click (page->captureButton);
+    pumpMessages();
+    EXPECT_FALSE (project().captureRunning);
 }
 
 TEST_F (CapturePageTest, aDriverErrorIsToldInItsOwnWords)

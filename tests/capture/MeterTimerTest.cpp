@@ -1,5 +1,5 @@
 // The meter timer: ballistics, scale, lamp and waveform, tick by tick. The ballistics' memory is
-// process-wide; each test runs in a process of its own and starts from rest.
+// process-wide; the test main brings it to rest before each test.
 #include "capture/MeterComponent.h"
 #include "capture/TooHighMeterComponent.h"
 #include "capture/VUMeterUpdate.h"

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "capture/Audio.h"
 #include "capture/AudioReader.h"
+#include "capture/TrackWriter.h"
 #include "project/Project.h"
 #include "support/FakeAudioDevice.h"
 #include "support/FakeDialogs.h"
@@ -109,6 +111,9 @@ protected:
             auto blocks = device->runBlocksInBackground();
             readers.clear();
         }
+        // A capture engine a test made goes with the project it was made for.
+        Audio::deleteInstance();
+        TrackWriter::deleteInstance();
         project.reset();
     }
 

@@ -1,4 +1,5 @@
 // The preview player: what reaches the sound card when a file plays, pauses, stops and is let go.
+#include "CaptureTestSupport.h"
 #include "PlaybackFixture.h"
 
 using namespace playback_test;
@@ -303,4 +304,41 @@ TEST_F (PlaybackTest, aNewPlayerDetachesTheOneBeforeIt)
     later.play (writeWav ("second.wav", second, 44100.0), 0.0);
     expectSound (device->runBlocks (2), 0, second, 0, 1024);
     EXPECT_EQ (earlier.getPosition(), earlierPosition);
+}
+
+TEST_F (PlaybackTest, aNewPlayerDetachesTheCaptureEngineToo)
+{
+    EventLog log;
+    auto* engine = Audio::getInstance (project.get(), &log);
+    ASSERT_TRUE (engine->start (false));
+    device->runBlocks (1);
+    ASSERT_EQ (project->takeWaveformSamples().size(), blockSize);
+
+    // The preview and the capture never run side by side.
+    auto& reader = newReader();
+    device->runBlocks (2);
+    EXPECT_TRUE (project->takeWaveformSamples().isEmpty());
+
+    const auto sound = rampSound (4000);
+    reader.play (writeWav ("ramp.wav", sound, 44100.0), 0.0);
+    expectSound (device->runBlocks (2), 0, sound, 0, 1024);
+    EXPECT_TRUE (project->takeWaveformSamples().isEmpty());
+
+    engine->removeActionListener (&log);
+}
+
+TEST_F (PlaybackTest, aPreviewPlaysWhenACaptureRunHasEnded)
+{
+    EventLog log;
+    auto* engine = Audio::getInstance (project.get(), &log);
+    ASSERT_TRUE (engine->start (false));
+    device->runBlocks (2);
+    engine->stop();
+    EXPECT_TRUE (device->isPlaying());
+
+    const auto sound = rampSound (4000);
+    newReader().play (writeWav ("ramp.wav", sound, 44100.0), 0.0);
+    expectSound (device->runBlocks (3), 0, sound, 0, 1536);
+
+    engine->removeActionListener (&log);
 }

@@ -75,6 +75,32 @@ std::vector<float> toneWithClicks (int length, std::vector<int> clickStarts)
     return signal;
 }
 
+/** A stretch the declicker replaces: from its first detection to 14 samples after the last
+    detection that kept the hold running. */
+struct Stretch
+{
+    int first = 0;
+    int end = 0;
+};
+
+std::vector<Stretch> stretches (const std::vector<float>& ratios, float threshold)
+{
+    std::vector<Stretch> found;
+
+    for (int n = 0; n < (int) ratios.size(); ++n)
+    {
+        if (! (ratios[(size_t) n] > threshold))
+            continue;
+
+        if (! found.empty() && n <= found.back().end)
+            found.back().end = n + 14;
+        else
+            found.push_back ({ n, n + 14 });
+    }
+
+    return found;
+}
+
 std::vector<int> detections (const std::vector<float>& ratios, float threshold, int from, int to)
 {
     std::vector<int> found;
@@ -386,4 +412,111 @@ TEST (Declicker, twoChannelsSideBySideGiveWhatEachGivesAlone)
     EXPECT_EQ (pairLeft.hold, aloneLeft.hold);
     EXPECT_EQ (pairRight.lastGoodValue, aloneRight.lastGoodValue);
     EXPECT_NE (a, left); // something was repaired
+}
+
+TEST (Declicker, aRepairEndingOnABlocksLastSampleLeavesItsIndexStaleForAClickAtTheNextBlocksStart)
+{
+    // Two clicks, the second a softer one: the first one's repair ends on index 255, and the
+    // second is first detected at index 0 of the next block, with no clean sample in between.
+    const float threshold = 1.3f;
+    std::vector<float> input;
+    std::vector<Stretch> found;
+    bool placed = false;
+
+    for (float softer = 0.6f; softer < 0.95f && ! placed; softer += 0.1f)
+    {
+        for (int first = 150; first < 240 && ! placed; ++first)
+        {
+            for (int second = first + 8; second < 256 && ! placed; ++second)
+            {
+                input = toneWithClicks (256 * 3, { first });
+                input[(size_t) second] += 0.8f * softer;
+                input[(size_t) second + 1] -= 0.6f * softer;
+                input[(size_t) second + 2] += 0.5f * softer;
+                found = stretches (detectorRatios (freshDeclicker (threshold), input), threshold);
+                placed = found.size() == 2 && found[0].end == 255 && found[1].first == 256 && found[1].end < 512;
+            }
+        }
+    }
+
+    ASSERT_TRUE (placed);
+    auto state = freshDeclicker (threshold);
+    auto output = input;
+    processDeclicker (state, output.data());
+
+    // The first repair is a line that ends on the delayed sample at index 255, and leaves the
+    // index of the last clean sample as it was.
+    const int lastClean = found[0].first - 1;
+    EXPECT_EQ (state.hold, -1);
+    EXPECT_EQ (state.lastGoodIndex, (float) lastClean);
+    EXPECT_NEAR (output[255], input[255 - 52], 1.0e-6f);
+    EXPECT_EQ (state.lastGoodValue, output[255]);
+
+    for (int n = 52; n < found[0].first; ++n)
+        ASSERT_EQ (output[(size_t) n], input[(size_t) n - 52]) << n;
+
+    // In the next block that stale index lies ahead of where the second click ends: the
+    // repair's divisor is negative, its loop never runs, and the click stays as raw, undelayed
+    // input.
+    processDeclicker (state, output.data() + 256);
+    const int secondEnd = found[1].end - 256;
+    ASSERT_LT (secondEnd, lastClean);
+
+    for (int n = 256; n <= found[1].end; ++n)
+        ASSERT_EQ (output[(size_t) n], input[(size_t) n]) << n;
+
+    for (int n = found[1].end + 1; n < 512; ++n)
+        ASSERT_EQ (output[(size_t) n], input[(size_t) n - 52]) << n;
+
+    EXPECT_EQ (state.lastGoodIndex, 255.0f);
+}
+
+TEST (Declicker, theStrongestMomentOfALargeClickIsNoDetectionAndOnlyTheRunningHoldCoversIt)
+{
+    // A click on a groove: for a few samples at its strongest the delayed energy outgrows 5.4
+    // times the average, the reference turns negative and so does the ratio.
+    const float threshold = 1.3f;
+    const auto input = toneWithClicks (256 * 3, { 300 });
+    const auto ratios = detectorRatios (freshDeclicker (threshold), input);
+    const auto found = stretches (ratios, threshold);
+    ASSERT_EQ (found.size(), 1u);
+    ASSERT_EQ (found[0].first / 256, found[0].end / 256) << "the test wants the repair inside one block";
+
+    std::vector<int> negative;
+    for (int n = found[0].first; n <= found[0].end; ++n)
+        if (ratios[(size_t) n] < 0.0f)
+            negative.push_back (n);
+
+    ASSERT_FALSE (negative.empty()) << "no negative ratio inside the stretch";
+
+    auto state = freshDeclicker (threshold);
+    const auto output = declick (state, input);
+
+    // The whole stretch, the samples of no detection included, is one straight line from the
+    // last clean sample to the delayed sample 14 after the last detection.
+    const int first = found[0].first;
+    const int end = found[0].end;
+    const float from = input[(size_t) first - 1 - 52];
+    const float to = input[(size_t) end - 52];
+    const float slope = (to - from) / (float) (end - (first - 1));
+
+    for (int n = first; n <= end; ++n)
+        ASSERT_NEAR (output[(size_t) n], from + slope * (float) (n - first + 1), 1.0e-6f) << n;
+
+    for (int n : negative)
+        EXPECT_GT (std::abs (output[(size_t) n] - input[(size_t) n - 52]), 0.0f) << n;
+
+    // The click, delayed, lies inside the stretch and is gone.
+    ASSERT_LE (first, 300 + 52);
+    ASSERT_GE (end, 300 + 52 + 2);
+    for (int n = 300 + 52; n < 300 + 52 + 3; ++n)
+        EXPECT_GT (std::abs (output[(size_t) n] - input[(size_t) n - 52]), 0.3f) << n;
+
+    for (int n = 52; n < (int) output.size(); ++n)
+    {
+        if (n < first || n > end)
+        {
+            ASSERT_EQ (output[(size_t) n], input[(size_t) n - 52]) << n;
+        }
+    }
 }

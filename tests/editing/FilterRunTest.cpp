@@ -10,13 +10,15 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <string>
 
 using WavFiles::Audio;
 
 namespace
 {
 /** What a run should write, worked out step by step from the file's top 16 bits. */
-std::vector<std::vector<int>> expectedRun (const Audio& input, int denoise, int declick, bool declickFirst = true)
+std::vector<std::vector<int>> expectedRun (const Audio& input, int denoise, int declick, bool declickFirst = true,
+                                           double filterRate = 44100.0)
 {
     const int shift = input.bits - 16;
     const int frames = input.frames();
@@ -40,10 +42,10 @@ std::vector<std::vector<int>> expectedRun (const Audio& input, int denoise, int 
     for (int c = 0; c < channels; ++c)
     {
         DeclickerState declicker;
-        setupDeclicker (declicker, 44100.0);
+        setupDeclicker (declicker, filterRate);
         declicker.threshold = (float) (2.0 - declick / 100.0);
         DenoiserState denoiser;
-        setupDenoiser (denoiser, 44100.0);
+        setupDenoiser (denoiser, filterRate);
         denoiser.threshold = (float) (denoise / 100.0);
 
         for (int b = 0; b < blocks; ++b)
@@ -312,7 +314,21 @@ TEST (FilterRun, aFileAt48kHzKeepsItsRateWhileTheFiltersWorkAsAt44100)
     FakeDialogs dialogs;
     const auto input = WavFiles::folder().getChildFile ("48k.wav");
     const auto output = WavFiles::folder().getChildFile ("48k-out.wav");
-    const auto audio = crackle (256 * 30, 48000.0);
+
+    // Clicks of a height that the declicker finds with its 44100 Hz time constants but not
+    // with those of 48000 Hz, or the other way round: the two rates give different files.
+    Audio audio;
+    for (int height = 1500; height <= 20000 && audio.channels.empty(); height += 500)
+    {
+        auto candidate = WavFiles::tone (256 * 30, 48000.0, 330.0, 0.4);
+        for (auto& channel : candidate.channels)
+            for (int n = 100; n < candidate.frames(); n += 1201)
+                channel[(size_t) n] = juce::jlimit (-32768, 32767, channel[(size_t) n] + height);
+
+        if (expectedRun (candidate, 10, 70) != expectedRun (candidate, 10, 70, true, 48000.0))
+            audio = candidate;
+    }
+    ASSERT_FALSE (audio.channels.empty()) << "no click height tells the two rates apart";
     WavFiles::write (input, audio);
 
     runFilters (input, output, 10, 70);
@@ -320,6 +336,42 @@ TEST (FilterRun, aFileAt48kHzKeepsItsRateWhileTheFiltersWorkAsAt44100)
     const auto result = WavFiles::read (output);
     EXPECT_EQ (result.rate, 48000.0);
     EXPECT_EQ (result.channels, expectedRun (audio, 10, 70));
+}
+
+TEST (FilterRun, theFilesMetadataIsHandedOnToTheOutputAsItWas)
+{
+    FakeDialogs dialogs;
+    auto audio = crackle (256 * 12);
+    audio.metadata.set (juce::WavAudioFormat::bwavDescription, "Side A, take 2");
+    audio.metadata.set (juce::WavAudioFormat::bwavOriginator, "Groove Smith tests");
+    audio.metadata.set (juce::WavAudioFormat::riffInfoTitle, "Blue Train");
+    audio.metadata.set (juce::WavAudioFormat::riffInfoArtist, "John Coltrane");
+
+    const auto input = WavFiles::folder().getChildFile ("tagged.wav");
+    const auto output = WavFiles::folder().getChildFile ("tagged-out.wav");
+    WavFiles::write (input, audio);
+    const auto given = WavFiles::read (input).metadata;
+    ASSERT_EQ (given[juce::WavAudioFormat::riffInfoTitle], "Blue Train");
+
+    // To another file, and in place.
+    runFilters (input, output, 10, 40);
+    runFilters (input, input, 10, 40);
+
+    for (const auto& file : { output, input })
+    {
+        const auto result = WavFiles::read (file);
+        EXPECT_EQ (result.channels, expectedRun (audio, 10, 40)) << file.getFileName();
+        EXPECT_EQ (result.metadata, given) << file.getFileName() << ": " << result.metadata.getDescription();
+
+        // The chunks themselves, as any reader of the file would find them.
+        juce::MemoryBlock bytes;
+        ASSERT_TRUE (file.loadFileAsData (bytes));
+        const std::string raw (static_cast<const char*> (bytes.getData()), bytes.getSize());
+        for (const char* text : { "bext", "Side A, take 2", "LIST", "INFO", "INAM", "Blue Train", "John Coltrane" })
+            EXPECT_NE (raw.find (text), std::string::npos) << file.getFileName() << " lacks " << text;
+    }
+
+    EXPECT_TRUE (dialogs.alerts().empty());
 }
 
 TEST (FilterRun, aMonoFileGoesThroughAsPairsAndComesOutInHalfBlocksOfSoundAndSilence)

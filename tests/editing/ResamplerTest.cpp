@@ -2,6 +2,7 @@
 #include "editing/ResamplerThread.h"
 
 #include "WavFiles.h"
+#include "support/StatusKeeping.h"
 
 #include <gtest/gtest.h>
 
@@ -26,19 +27,7 @@ juce::File file (const char* name)
     return WavFiles::folder().getChildFile (name);
 }
 
-class StatusKeepingResampler : public ResamplerThread
-{
-public:
-    using ResamplerThread::ResamplerThread;
-    juce::StringArray shown;
-
-protected:
-    void showStatus (const juce::String& text) override
-    {
-        shown.add (text);
-        ResamplerThread::showStatus (text);
-    }
-};
+using StatusKeepingResampler = StatusKeeping<ResamplerThread>;
 
 int temporaryWavFiles()
 {

@@ -3,6 +3,7 @@
 #include "editing/SplitThread.h"
 
 #include "WavFiles.h"
+#include "support/StatusKeeping.h"
 
 #include <gtest/gtest.h>
 
@@ -72,33 +73,8 @@ void expectSilence (const std::vector<int>& samples, int from)
         ASSERT_EQ (samples[i], 0) << "frame " << i;
 }
 
-class StatusKeepingSplit : public SplitThread
-{
-public:
-    using SplitThread::SplitThread;
-    juce::StringArray shown;
-
-protected:
-    void showStatus (const juce::String& text) override
-    {
-        shown.add (text);
-        SplitThread::showStatus (text);
-    }
-};
-
-class StatusKeepingMerge : public MergeThread
-{
-public:
-    using MergeThread::MergeThread;
-    juce::StringArray shown;
-
-protected:
-    void showStatus (const juce::String& text) override
-    {
-        shown.add (text);
-        MergeThread::showStatus (text);
-    }
-};
+using StatusKeepingSplit = StatusKeeping<SplitThread>;
+using StatusKeepingMerge = StatusKeeping<MergeThread>;
 
 juce::File file (const char* name)
 {
@@ -221,11 +197,18 @@ TEST (Split, aMonoSourceComesOutAsTwoEqualChannels)
     expectSameSound (WavFiles::read (file ("a.wav")).channels[1], 0, audio.channels[0], 0, 4410);
 }
 
-TEST (Split, aMissingSourceFailsAndWritesNothing)
+TEST (Split, aMissingSourceFailsAndTouchesNothing)
 {
     EXPECT_FALSE (splitFile (file ("missing.wav"), 1.0, file ("a.wav"), file ("b.wav")));
     EXPECT_FALSE (file ("a.wav").exists());
     EXPECT_FALSE (file ("b.wav").exists());
+
+    // The parts of an earlier split stay as they were: the check comes before any delete.
+    ASSERT_TRUE (file ("a.wav").replaceWithText ("an old start part"));
+    ASSERT_TRUE (file ("b.wav").replaceWithText ("an old end part"));
+    EXPECT_FALSE (splitFile (file ("missing.wav"), 1.0, file ("a.wav"), file ("b.wav")));
+    EXPECT_EQ (file ("a.wav").loadFileAsString(), "an old start part");
+    EXPECT_EQ (file ("b.wav").loadFileAsString(), "an old end part");
 }
 
 TEST (Split, anUnreadableSourceFailsAndLeavesAnEmptyStartPart)

@@ -36,15 +36,6 @@ Channels reducedTo (const Channels& samples, int fromBits, int toBits)
     return reduced;
 }
 
-juce::File freshFolder (const juce::String& name)
-{
-    auto folder = juce::File::getSpecialLocation (juce::File::userHomeDirectory)
-                      .getChildFile ("audio")
-                      .getNonexistentChildFile (name, {}, false);
-    folder.createDirectory();
-    return folder;
-}
-
 namespace
 {
 std::unique_ptr<juce::AudioFormat> formatFor (const juce::File& file)

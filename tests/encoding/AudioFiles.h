@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/TestHelpers.h"
+
 #include <juce_audio_formats/juce_audio_formats.h>
 #include <juce_gui_basics/juce_gui_basics.h>
 
@@ -24,8 +26,8 @@ Channels makeSignal (int channels, int length, int bits, juce::uint32 seed = 1);
 /** The same samples at fewer bits, cut as a writer cuts them (an arithmetic shift). */
 Channels reducedTo (const Channels& samples, int fromBits, int toBits);
 
-/** A new, empty folder below the test's temporary home. */
-juce::File freshFolder (const juce::String& name);
+/** A new, empty folder below the running test's home (TestHelpers.h). */
+using ::freshFolder;
 
 /** Writes samples of `bits` bits with JUCE's writer for the file's extension. */
 void writeAudio (const juce::File& file, double rate, int bits, const Channels& samples);

@@ -2,7 +2,9 @@
 #include "encoding/AudioFiles.h"
 #include "encoding/CopyMyFile.h"
 #include "encoding/SaveElsewhere.h"
+#include "project/Project.h"
 #include "support/FakeDialogs.h"
+#include "support/StatusKeeping.h"
 
 #include <gtest/gtest.h>
 
@@ -72,6 +74,40 @@ TEST_F (FileWorkersTest, aMoveToAnotherVolumeReportsWhatTheFileSystemMoveReports
     EXPECT_FALSE (first.exists());
     firstTarget.deleteFile();
     secondTarget.deleteFile();
+}
+
+using StatusKeepingCopy = StatusKeeping<CopyMyFile>;
+
+TEST_F (FileWorkersTest, theCopyWindowSpeaksTheUsersLanguageButCancelDoesNot)
+{
+    Project project;
+    project.strings =
+        std::make_unique<juce::LocalisedStrings> ("language: French\n"
+                                                  "\"Copying...\" = \"Copie...\"\n"
+                                                  "\"Copying current track...\" = \"Copie du morceau...\"\n"
+                                                  "\"Cancel\" = \"Annuler\"\n",
+                                                  false);
+    const auto source = makeFile ("Track1.wav", "RIFF and some bytes");
+    const auto destination = folder.getChildFile ("Copy.wav");
+
+    StatusKeepingCopy copy (source, destination, false, &project);
+    EXPECT_EQ (copy.getAlertWindow()->getName(), "Copie...");
+    juce::StringArray buttons;
+    for (auto* child : copy.getAlertWindow()->getChildren())
+        if (auto* button = dynamic_cast<juce::Button*> (child))
+            buttons.add (button->getButtonText());
+    EXPECT_EQ (buttons, juce::StringArray ("Cancel"));
+    copy.runThread (juce::Thread::Priority::normal);
+
+    EXPECT_EQ (copy.shown, juce::StringArray ("Copie du morceau..."));
+    EXPECT_TRUE (copy.result);
+    EXPECT_EQ (destination.loadFileAsString(), "RIFF and some bytes");
+
+    // Without a project to translate, the English texts.
+    StatusKeepingCopy plain (source, folder.getChildFile ("Plain.wav"), false);
+    EXPECT_EQ (plain.getAlertWindow()->getName(), "Copying...");
+    plain.runThread (juce::Thread::Priority::normal);
+    EXPECT_EQ (plain.shown, juce::StringArray ("Copying current track..."));
 }
 
 TEST_F (FileWorkersTest, aCopyIntoAPlaceThatCannotBeWrittenFails)

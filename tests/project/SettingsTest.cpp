@@ -279,12 +279,51 @@ TEST (Settings, levelsRiseAtOnceAndFallByTheFixedRatio)
     input[0] = 10.0f;
     input[1] = 40.0f;
     shown = Project::smoothedLevels (input);
-    EXPECT_FLOAT_EQ (shown[0], (float) (10.0 + (80.0 - 10.0) / 1.2300000190734863));
+    EXPECT_EQ (shown[0], (float) (10.0 + (80.0 - 10.0) / 1.2300000190734863));
     EXPECT_EQ (shown[1], 40.0f);
 
     shown = Project::smoothedLevels (input);
     const double once = 10.0 + (80.0 - 10.0) / 1.2300000190734863;
-    EXPECT_FLOAT_EQ (shown[0], (float) (10.0 + ((float) once - 10.0) / 1.2300000190734863));
+    EXPECT_EQ (shown[0], (float) (10.0 + ((float) once - 10.0) / 1.2300000190734863));
+}
+
+TEST (Settings, theFallIsComputedInDoublesToTheLastBit)
+{
+    // Each step, worked out in doubles from the shown value and the new level, rounded once.
+    const auto step = [] (float held, float level)
+    { return held < level ? level : (float) (level + ((double) held - (double) level) / 1.2300000190734863); };
+    // The same step with the difference taken in floats first, a bit off now and then.
+    const auto floatDifference = [] (float held, float level)
+    { return held < level ? level : (float) (level + (double) (held - level) / 1.2300000190734863); };
+
+    float input[2] = { 1000.0f, 1000.0f };
+    const float* shown = Project::smoothedLevels (input); // rises at once to a known pair
+    float expected[2] = { shown[0], shown[1] };
+    ASSERT_EQ (expected[0], 1000.0f);
+
+    juce::Random random (42);
+    int steps = 0, floatDifferences = 0;
+    for (; steps < 5000; ++steps)
+    {
+        // Mostly falls towards levels of every size, sometimes a rise.
+        for (int channel = 0; channel < 2; ++channel)
+            input[channel] = random.nextInt (10) == 0 ? expected[channel] * 1.5f + 0.01f
+                                                      : expected[channel] * random.nextFloat() * 0.999f;
+
+        const float left = step (expected[0], input[0]);
+        const float right = step (expected[1], input[1]);
+        if (floatDifference (expected[0], input[0]) != left || floatDifference (expected[1], input[1]) != right)
+            ++floatDifferences;
+
+        shown = Project::smoothedLevels (input);
+        ASSERT_EQ (shown[0], left) << "step " << steps << ": " << expected[0] << " towards " << input[0];
+        ASSERT_EQ (shown[1], right) << "step " << steps << ": " << expected[1] << " towards " << input[1];
+        expected[0] = left;
+        expected[1] = right;
+    }
+
+    // The pairs tried are ones on which the two ways of computing part.
+    EXPECT_GT (floatDifferences, 100);
 }
 
 TEST (Settings, theLevelPairFeedsTheSmoothing)

@@ -10,10 +10,20 @@ inline void runMessageLoopFor (int milliseconds)
     juce::MessageManager::getInstance()->runDispatchLoopUntil (milliseconds);
 }
 
-/** The temporary home folder of this test process. */
+/** The home folder of the running test: made fresh and empty for each test, and deleted after it
+    (TestMain), so that whatever a test writes there is its own. The user's configuration,
+    documents and temporary folders lie below it. */
 inline juce::File testHome()
 {
     return juce::File (juce::SystemStats::getEnvironmentVariable ("GROOVESMITH_TEST_HOME", "/tmp"));
+}
+
+/** A new, empty folder below the running test's home, named after `name`. */
+inline juce::File freshFolder (const juce::String& name)
+{
+    auto folder = testHome().getNonexistentChildFile (name, {}, false);
+    folder.createDirectory();
+    return folder;
 }
 
 /** A small file standing in for a track, with its folder made if need be. */
