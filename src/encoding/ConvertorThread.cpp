@@ -45,10 +45,3 @@ void ConvertorThread::copyInChunks (std::unique_ptr<juce::AudioFormatReader>& re
 
     setProgress (1.0);
 }
-
-void floatsToInt16 (const float* source, juce::int16* destination, int count)
-{
-    constexpr double maximum = 32767.0;
-    for (int i = 0; i < count; ++i)
-        destination[i] = (juce::int16) juce::roundToInt (juce::jlimit (-maximum, maximum, maximum * source[i]));
-}

@@ -36,10 +36,6 @@ private:
     JUCE_DECLARE_NON_COPYABLE (ConvertorThread)
 };
 
-/** Floats to 16-bit samples: scaled by 32767, clipped and rounded, as JUCE's old
-    convertFloatToInt16LE does. */
-void floatsToInt16 (const float* source, juce::int16* destination, int count);
-
 /** The convertor whose whole work is one run of a `Worker`, made from the same three
     arguments; it answers the worker's result. */
 template <typename Worker>

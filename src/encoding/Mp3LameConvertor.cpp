@@ -1,5 +1,6 @@
 #include "encoding/Mp3LameConvertor.h"
 
+#include "project/Int16Samples.h"
 #include "project/Project.h"
 
 #include <cstring>
@@ -43,7 +44,7 @@ Mp3LameConvertorThread::Mp3LameConvertorThread (const juce::String& sourceToRead
 
 Mp3LameConvertorThread::~Mp3LameConvertorThread()
 {
-    stopThread (convertorCancellingTimeOutMs);
+    stopThread (workerCancellingTimeOutMs);
 
     // A track that failed before its end may have left the library bound.
     LameLibrary::unbind();
