@@ -1,16 +1,15 @@
 #include "app/MainComponent.h"
 
-#include "project/Dialogs.h"
 #include "app/ProjectPage.h"
 #include "app/SetupPage.h"
 #include "capture/Audio.h"
-#include "capture/AudioReader.h"
 #include "capture/Page1.h"
 #include "capture/TrackWriter.h"
 #include "editing/Page2.h"
 #include "encoding/AlbumPage.h"
 #include "encoding/FinalPage.h"
 #include "encoding/Page3.h"
+#include "project/Dialogs.h"
 #include "project/Project.h"
 
 int MainComponent::currentPage = 0;
@@ -442,8 +441,10 @@ void MainComponent::stopCaptureAndPreview()
     if (auto* audio = Audio::getInstance())
         audio->stop();
 
-    if (project->audioReader != nullptr && project->audioReader->isPlaying())
-        project->audioReader->stop();
+    // The track page owns the preview player: one that plays is told to end and the page's
+    // timer winds it down; one that doesn't is deleted by the page at once.
+    if (project->audioReader != nullptr)
+        page2->endPreview();
 }
 
 void MainComponent::cancelClicked()

@@ -2,12 +2,16 @@
 
 #include "project/Project.h"
 
+#include <atomic>
+
 namespace
 {
 // The player that last joined the device manager; a new one takes its place.
 AudioReader* attachedReader = nullptr;
 
 constexpr int readAheadSamples = 32768;
+
+std::atomic<int> liveReaders{ 0 };
 } // namespace
 
 /** The thread that reads ahead of the sound card, shared by every player of the program. */
@@ -29,11 +33,18 @@ AudioReader::AudioReader (Project* p)
     if (attachedReader != nullptr && attachedReader != this)
         project->removeAudioCallback (attachedReader);
     attachedReader = nullptr;
+    ++liveReaders;
 }
 
 AudioReader::~AudioReader()
 {
     tearDown();
+    --liveReaders;
+}
+
+int AudioReader::instanceCount()
+{
+    return liveReaders.load();
 }
 
 void AudioReader::audioDeviceIOCallbackWithContext (const float* const* inputChannelData, int numInputChannels,
