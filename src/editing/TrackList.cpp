@@ -13,6 +13,8 @@ TrackList::TrackList (Project* projectToUse)
     setMultipleSelectionEnabled (true);
 
     showMenu = [] (juce::PopupMenu& menu) { return menu.showMenu (juce::PopupMenu::Options().withMousePosition()); };
+    merge = [this] (const juce::File& first, const juce::File& second, const juce::File& output)
+    { return mergeFiles (first, second, output, project); };
 }
 
 TrackList::~TrackList()
@@ -260,7 +262,7 @@ void TrackList::mergeWithNext (int row)
 
     // A cancelled merge still answers true, having deleted the first file: what was written
     // takes its place all the same.
-    if (! mergeFiles (first, second, merged, project))
+    if (! merge (first, second, merged))
     {
         merged.deleteFile();
         return;

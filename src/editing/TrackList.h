@@ -60,6 +60,10 @@ public:
     /** Shows the menu at the mouse and returns the chosen entry, 0 when none. Tests replace it. */
     std::function<int (juce::PopupMenu& menu)> showMenu;
 
+    /** Writes two tracks' files one after the other into a third, behind the merge's progress
+        window; true when the merge is to be taken. Tests replace it to hold the worker. */
+    std::function<bool (const juce::File& first, const juce::File& second, const juce::File& output)> merge;
+
 private:
     /** The window with one text field "newname"; true and the text when the user typed one and
         pressed "ok". */

@@ -16,6 +16,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -205,6 +206,29 @@ protected:
         if (toggle.getToggleState() != on)
             toggle.setToggleState (on, juce::sendNotificationSync);
     }
+
+    /**
+        The sound card plays on until the page's player has gone `frames` further, or has
+        ended. The blocks go at the pace of the player's read-ahead, which a block that comes
+        too early finds empty, the position then standing still.
+    */
+    void playFrames (juce::int64 frames)
+    {
+        auto* reader = page->getReader();
+        ASSERT_NE (reader, nullptr);
+        const auto target = reader->getPosition() + frames;
+
+        for (int i = 0; i < 20000 && reader->isPlaying() && reader->getPosition() < target; ++i)
+        {
+            const auto before = reader->getPosition();
+            device->runBlocks (1);
+            if (reader->getPosition() == before)
+                juce::Thread::sleep (1);
+        }
+    }
+
+    /** The same until the end of the file. */
+    void playToTheEnd() { playFrames (std::numeric_limits<juce::int64>::max() / 2); }
 
     /** One tick of the page's transport timer. */
     void tick() { page->timerCallback(); }

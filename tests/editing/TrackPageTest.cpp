@@ -229,7 +229,9 @@ TEST_F (TwoTracks, aPreviewPlaysTheTickedEffectsFromATemporaryCopyNamedAfterTheR
     expectOutput (output, 0, previewed, 0, 2048);
 
     tick();
-    EXPECT_EQ (page->positionSlider.getValue(), 2048.0);
+    const auto position = page->getReader()->getPosition();
+    EXPECT_GE (position, 2048);
+    EXPECT_EQ (page->positionSlider.getValue(), (double) position);
     EXPECT_EQ (page->positionSlider.getTimeText(), "0.04 / 0.90");
     EXPECT_EQ (page->playButton.getButtonText(), "Pause");
     EXPECT_TRUE (page->stopButton.isEnabled());
@@ -487,7 +489,7 @@ TEST_F (TrackPageTest, anOggTrackBecomesAWavFileWhereTheUserSaysBeforeItsPreview
     press (page->playButton);
 
     ASSERT_EQ (dialogs.choosers().size(), 1u);
-    const auto& question = dialogs.choosers()[0].request;
+    const auto question = dialogs.choosers()[0].request;
     EXPECT_EQ (question.mode, FileRequest::Mode::saveFile);
     EXPECT_EQ (question.title, "Save elsewhere");
     EXPECT_EQ (question.initial, wav);
