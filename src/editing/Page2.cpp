@@ -157,8 +157,8 @@ void Page2::resized()
     playButton.setBounds (10, 210, 75, 25);
     stopButton.setBounds (130, 210, 75, 25);
     positionSlider.setBounds (215, 212, 200, 20);
-    // The time text lies over the seek bar: the label follows the bar, so it is placed after it.
-    positionSlider.getTimeLabel().setBounds (215, 212, 200, 20);
+    // The time text lies over the seek bar.
+    positionSlider.setTimeLabelBounds ({ 215, 212, 200, 20 });
     splitButton.setBounds (250, 240, 120, 25);
 }
 

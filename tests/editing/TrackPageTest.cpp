@@ -233,6 +233,8 @@ TEST_F (TwoTracks, aPreviewPlaysTheTickedEffectsFromATemporaryCopyNamedAfterTheR
     EXPECT_GE (position, 2048);
     EXPECT_EQ (page->positionSlider.getValue(), (double) position);
     EXPECT_EQ (page->positionSlider.getTimeText(), "0.04 / 0.90");
+    EXPECT_EQ (page->positionSlider.getTimeLabel().getBounds(), juce::Rectangle<int> (215, 212, 200, 20))
+        << "the time stays over the bar whatever it reads";
     EXPECT_EQ (page->playButton.getButtonText(), "Pause");
     EXPECT_TRUE (page->stopButton.isEnabled());
     EXPECT_TRUE (page->splitButton.isEnabled());
