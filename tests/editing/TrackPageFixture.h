@@ -101,6 +101,17 @@ inline juce::MemoryBlock bytesOf (const juce::File& file)
     return data;
 }
 
+/** What the sound card received matches the track's samples from `from` on. */
+inline void expectOutput (const juce::AudioBuffer<float>& output, int start, const WavFiles::Audio& audio, int from,
+                          int count)
+{
+    for (int i = 0; i < count; ++i)
+        for (int c = 0; c < 2; ++c)
+            ASSERT_EQ (output.getSample (c, start + i),
+                       (float) audio.channels[(size_t) c][(size_t) (from + i)] / 32768.0f)
+                << "channel " << c << ", output sample " << start + i;
+}
+
 /** A short, lively track: a tone per channel, different for each `seed`. */
 inline WavFiles::Audio song (int frames, int seed = 1)
 {

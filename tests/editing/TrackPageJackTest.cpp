@@ -3,7 +3,7 @@
 // client plays a record with a worn first song; then the track page cleans that song, splits,
 // merges, renames and deletes, each step seen in the folder and in the list.
 #include "capture/CaptureTestSupport.h"
-#include "capture/JackServer.h"
+#include "capture/JackWizard.h"
 #include "capture/Page1.h"
 #include "editing/Page2.h"
 #include "support/WizardFixture.h"
@@ -13,22 +13,6 @@
 namespace
 {
 constexpr int second = serverRate;
-
-std::string tone (int left, int right, double amplitude, int frames)
-{
-    return "tone:" + std::to_string (left) + ":" + std::to_string (right) + ":" + std::to_string (amplitude) + ":" +
-           std::to_string (frames);
-}
-
-void saveSnapshot (juce::Component& component, const juce::String& name)
-{
-    const juce::File folder (GROOVESMITH_ARTEFACT_DIR);
-    folder.createDirectory();
-    const auto file = folder.getChildFile (name + ".png");
-    file.deleteFile();
-    juce::FileOutputStream stream (file);
-    juce::PNGImageFormat().writeImageToStream (component.createComponentSnapshot (component.getLocalBounds()), stream);
-}
 
 /** Clicks in a channel: places where the curve breaks far more sharply than any music here
     does, counted once for each stretch of breaks. */
@@ -70,22 +54,9 @@ TEST (TrackPageJack, aCapturedRecordIsCleanedSplitMergedRenamedAndTrimmedOnTheTr
     juce::String playerOutput;
     FakeDialogs dialogs;
     juce::DocumentWindow window ("Groove Smith", juce::Colours::lightgrey, 0, true);
-    MainComponent* wizard = nullptr;
-    {
-        const StartLock startLock;
-        const auto serverName = "groovesmith-tracks-" + juce::String ((int) getpid());
-        setenv ("JACK_DEFAULT_SERVER", serverName.toRawUTF8(), 1);
-        server = std::make_unique<JackServer> (serverName, testHome().getChildFile ("jackd-tracks.log"));
-        ASSERT_TRUE (server->isRunning());
-        ASSERT_EQ (runRecordPlayer ({ "--probe" }, playerOutput), 0);
-        chooseJackDevice();
-
-        window.setUsingNativeTitleBar (true);
-        wizard = new MainComponent (&window);
-        window.setContentOwned (wizard, false);
-        window.centreWithSize (435, 380);
-        window.setVisible (true);
-    }
+    auto* wizard = openWizardOnJack (window, server, "groovesmith-tracks-" + juce::String ((int) getpid()),
+                                     testHome().getChildFile ("jackd-tracks.log"), playerOutput);
+    ASSERT_NE (wizard, nullptr) << playerOutput;
 
     auto& project = wizard->getProject();
     ASSERT_NE (project.getCurrentAudioDevice(), nullptr);
@@ -96,25 +67,19 @@ TEST (TrackPageJack, aCapturedRecordIsCleanedSplitMergedRenamedAndTrimmedOnTheTr
     project.setMinSilence (1);
     project.setSilenceLength (3);
 
-    const auto click = [] (juce::Button& button)
-    {
-        button.triggerClick();
-        pumpMessages();
-    };
-
     for (int i = 0; i < 3; ++i)
-        click (wizard->nextButton);
+        clickAndWait (wizard->nextButton);
     ASSERT_EQ (MainComponent::currentPage, 3);
     auto& capturePage = *wizard->page1;
 
     // The record: a quiet song with ten clicks a second, two clean songs, and the run-out.
-    const std::string record = "silence:" + std::to_string (second / 2) +
-                               ",clicks:300:0.1:4410:" + std::to_string (3 * second) +
-                               ",silence:" + std::to_string (2 * second) + "," + tone (440, 660, 0.5, 2 * second) +
-                               ",silence:" + std::to_string (2 * second) + "," + tone (330, 550, 0.4, 2 * second) +
-                               ",silence:" + std::to_string (5 * second);
+    const std::string record =
+        "silence:" + std::to_string (second / 2) + ",clicks:300:0.1:4410:" + std::to_string (3 * second) +
+        ",silence:" + std::to_string (2 * second) + "," + toneSegment (440, 660, 0.5, 2 * second) +
+        ",silence:" + std::to_string (2 * second) + "," + toneSegment (330, 550, 0.4, 2 * second) +
+        ",silence:" + std::to_string (5 * second);
 
-    click (capturePage.captureButton);
+    clickAndWait (capturePage.captureButton);
     ASSERT_TRUE (capturePage.isCapturing());
     juce::ChildProcess player;
     ASSERT_TRUE (player.start (juce::StringArray{ GROOVESMITH_RECORD_PLAYER, "--record", record.c_str(), "--freewheel",
@@ -128,7 +93,7 @@ TEST (TrackPageJack, aCapturedRecordIsCleanedSplitMergedRenamedAndTrimmedOnTheTr
     { return folder.getChildFile ("Track" + juce::String (number) + ".wav"); };
     ASSERT_EQ (trackPaths (project), pathsOf ({ track (1), track (2), track (3) }));
 
-    click (wizard->nextButton);
+    clickAndWait (wizard->nextButton);
     ASSERT_EQ (MainComponent::currentPage, 4);
     auto& page = *wizard->page2;
     ASSERT_TRUE (page.isShowing());
@@ -142,9 +107,9 @@ TEST (TrackPageJack, aCapturedRecordIsCleanedSplitMergedRenamedAndTrimmedOnTheTr
 
     clickRow (page.trackList, 0);
     page.declickerSlider.setValue (50.0);
-    click (page.declickerToggle);
+    clickAndWait (page.declickerToggle);
     EXPECT_EQ (page.playButton.getButtonText(), "Preview");
-    click (page.playButton);
+    clickAndWait (page.playButton);
 
     const auto preview = page.getPreviewFile();
     ASSERT_TRUE (preview.existsAsFile());
@@ -159,7 +124,7 @@ TEST (TrackPageJack, aCapturedRecordIsCleanedSplitMergedRenamedAndTrimmedOnTheTr
     ASSERT_NE (project.audioReader, nullptr);
 
     // Apply puts that very copy in the track's place.
-    click (page.applyButton);
+    clickAndWait (page.applyButton);
     EXPECT_FALSE (preview.exists());
     const auto applied = readWav (track (1));
     EXPECT_EQ (applied.left, cleaned.left);
@@ -173,16 +138,16 @@ TEST (TrackPageJack, aCapturedRecordIsCleanedSplitMergedRenamedAndTrimmedOnTheTr
     // The second song is split where it was paused.
     const auto whole = readWav (track (2));
     clickRow (page.trackList, 1);
-    click (page.playButton);
+    clickAndWait (page.playButton);
     ASSERT_TRUE (pumpUntil ([&page] { return page.positionSlider.getValue() > 0.5 * second; }, 10000));
     saveSnapshot (window, "track-page-playing");
-    click (page.playButton);
+    clickAndWait (page.playButton);
     ASSERT_NE (page.getPausePosition(), -1.0);
     EXPECT_EQ (page.playButton.getButtonText(), "Play");
     pumpMessages();
     const double value = page.positionSlider.getValue();
     const auto rest = track (2).getNonexistentSibling (true);
-    click (page.splitButton);
+    clickAndWait (page.splitButton);
 
     ASSERT_EQ (trackPaths (project), pathsOf ({ track (1), track (2), rest, track (3) }));
     const auto cut = (size_t) (value / 44100.0 * 44100.0);

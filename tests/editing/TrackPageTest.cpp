@@ -20,16 +20,6 @@ void expectSamples (const WavFiles::Audio& actual, int actualFrom, const WavFile
                 << "channel " << c << ", frame " << actualFrom + i;
 }
 
-/** What the sound card received matches the file's samples from `from` on. */
-void expectOutput (const juce::AudioBuffer<float>& output, int start, const WavFiles::Audio& audio, int from, int count)
-{
-    for (int i = 0; i < count; ++i)
-        for (int c = 0; c < 2; ++c)
-            ASSERT_EQ (output.getSample (c, start + i),
-                       (float) audio.channels[(size_t) c][(size_t) (from + i)] / 32768.0f)
-                << "channel " << c << ", output sample " << start + i;
-}
-
 bool isSilentOutput (const juce::AudioBuffer<float>& output)
 {
     return output.getMagnitude (0, output.getNumSamples()) == 0.0f;

@@ -6,16 +6,6 @@ using namespace trackpage_test;
 
 namespace
 {
-/** What the sound card received matches the track's samples from `from` on. */
-void expectOutput (const juce::AudioBuffer<float>& output, int start, const WavFiles::Audio& audio, int from, int count)
-{
-    for (int i = 0; i < count; ++i)
-        for (int c = 0; c < 2; ++c)
-            ASSERT_EQ (output.getSample (c, start + i),
-                       (float) audio.channels[(size_t) c][(size_t) (from + i)] / 32768.0f)
-                << "channel " << c << ", output sample " << start + i;
-}
-
 /** The frames of a split's first part, as the split counts them from a slider value. */
 int startFrames (double sliderValue)
 {
