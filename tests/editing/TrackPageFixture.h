@@ -131,6 +131,14 @@ inline WavFiles::Audio filtered (const juce::File& source, int denoise, int decl
     return result;
 }
 
+/** Forgets what a project keeps between starts, the settings and the saved track list, once
+    no project is left to write them: the next test in the process starts afresh. */
+inline void forgetWhatTheProgramKeeps()
+{
+    Project::settingsFileLocation().deleteFile();
+    Project::savedTrackListFile().getParentDirectory().deleteRecursively();
+}
+
 /** A project with the tests' sound card, a folder of its own for each test, and scripted dialogs. */
 class TrackFilesTest : public ::testing::Test
 {
@@ -145,7 +153,11 @@ protected:
         ASSERT_NE (device, nullptr);
     }
 
-    void TearDown() override { project.reset(); }
+    void TearDown() override
+    {
+        project.reset();
+        forgetWhatTheProgramKeeps();
+    }
 
     /** A WAV track in the test's folder, at the end of the list. */
     juce::File addWav (const juce::String& name, const WavFiles::Audio& audio)

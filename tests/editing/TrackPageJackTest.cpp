@@ -204,4 +204,7 @@ TEST (TrackPageJack, aCapturedRecordIsCleanedSplitMergedRenamedAndTrimmedOnTheTr
     EXPECT_EQ (left, juce::Array<juce::File> ({ rest, renamed }));
     pumpMessages();
     saveSnapshot (window, "track-page-at-the-end");
+
+    window.clearContentComponent();
+    forgetWhatTheProgramKeeps();
 }

@@ -34,6 +34,7 @@ protected:
         }
         EXPECT_EQ (AudioReader::instanceCount(), 0);
         WizardTest::TearDown();
+        trackpage_test::forgetWhatTheProgramKeeps();
     }
 
     Page2& page() { return *wizard->page2; }
