@@ -5,8 +5,9 @@
 /**
     Lays out the text of every visible label, button, toggle and group frame below a component as
     the look and feel draws it, and tells which texts do not wholly fit their control: letters cut
-    off at the end ("..."), or lines that run out of the control's height. A text that the framework
-    squeezes to fit still fits; how much it is squeezed is reported apart.
+    off at the end ("..."), lines that run out of the control's height, letters made smaller to fit
+    more lines, and texts that run into each other. A text that the framework squeezes a little to
+    fit still fits; how much it is squeezed is reported apart.
 */
 namespace TextFit
 {
@@ -14,6 +15,7 @@ struct Report
 {
     juce::StringArray cutOff;      // "<component>: <text>"
     juce::StringArray squeezed;    // "<component>: <text> (<scale>)"
+    juce::StringArray shrunk;      // letters made smaller than the control's font
     juce::StringArray overlapping; // two text controls of one parent that cover each other
 };
 
@@ -37,10 +39,16 @@ inline juce::Rectangle<float> check (const juce::Component& component, const juc
     glyphs.addFittedText (font, text, area.getX(), area.getY(), area.getWidth(), area.getHeight(), justification,
                           maximumLines, minimumHorizontalScale);
 
+    // What is left of the text, and how small the framework made its letters to fit it on more lines.
     juce::String shown;
+    float smallestHeight = font.getHeight();
     for (int i = 0; i < glyphs.getNumGlyphs(); ++i)
-        if (! glyphs.getGlyph (i).isWhitespace())
-            shown << juce::String::charToString (glyphs.getGlyph (i).getCharacter());
+    {
+        const auto& glyph = glyphs.getGlyph (i);
+        smallestHeight = juce::jmin (smallestHeight, glyph.getBounds().getHeight());
+        if (! glyph.isWhitespace())
+            shown << juce::String::charToString (glyph.getCharacter());
+    }
 
     // The letters' ink, not their line boxes: a "-70" has no descender to run into a button below.
     juce::Path outlines;
@@ -54,6 +62,10 @@ inline juce::Rectangle<float> check (const juce::Component& component, const juc
         report.cutOff.add (describe (component, text));
         return ink;
     }
+
+    if (smallestHeight < font.getHeight() - 0.5f)
+        report.shrunk.add (describe (component, text) + " (" + juce::String (smallestHeight / font.getHeight(), 2) +
+                           ")");
 
     // One line wider than its space is squeezed: by how much.
     if (! text.containsAnyOf ("\r\n"))

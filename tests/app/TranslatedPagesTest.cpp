@@ -82,6 +82,7 @@ protected:
 
         const auto fit = TextFit::check (*wizard);
         EXPECT_TRUE (fit.cutOff.isEmpty()) << "cut off:\n" << fit.cutOff.joinIntoString ("\n");
+        EXPECT_TRUE (fit.shrunk.isEmpty()) << "made smaller:\n" << fit.shrunk.joinIntoString ("\n");
         EXPECT_TRUE (fit.overlapping.isEmpty()) << "running into each other:\n"
                                                 << fit.overlapping.joinIntoString ("\n");
         if (! fit.squeezed.isEmpty())
