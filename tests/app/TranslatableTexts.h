@@ -2,6 +2,7 @@
 
 #include <juce_core/juce_core.h>
 
+#include <cctype>
 #include <set>
 #include <vector>
 
