@@ -1,6 +1,6 @@
 #pragma once
 
-#include <juce_core/juce_core.h>
+#include <juce_gui_basics/juce_gui_basics.h>
 
 #include <cstdlib>
 #include <functional>
@@ -57,7 +57,7 @@ inline juce::String outputOf (const juce::StringArray& command, int milliseconds
 /**
     A virtual display of the test's own (Xvfb), so that the windows the test looks for are the only
     ones there. While it lives, DISPLAY names it for the processes the test starts; the framework of
-    the test process itself stays on the display it began with.
+    the test process itself stays on the display it began with (or opens now).
 */
 class OwnDisplay
 {
@@ -65,6 +65,10 @@ public:
     explicit OwnDisplay (const juce::String& screen = "800x600x24")
         : previous (juce::SystemStats::getEnvironmentVariable ("DISPLAY", {}))
     {
+        // The framework opens its display when first asked: it must be the test's own one, which
+        // outlives this one.
+        juce::Desktop::getInstance().getDisplays();
+
         if (! server.start (juce::StringArray{ "Xvfb", "-displayfd", "1", "-screen", "0", screen, "-nolisten", "tcp" },
                             juce::ChildProcess::wantStdOut))
             return;
