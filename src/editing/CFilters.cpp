@@ -1,7 +1,7 @@
 #include "editing/CFilters.h"
 
-#include "project/Dialogs.h"
 #include "editing/FiltersProgressThread.h"
+#include "project/Dialogs.h"
 #include "project/Project.h"
 
 #include <algorithm>
@@ -39,6 +39,7 @@ void CFilters::applyFilters (const char* inputPath, const char* outputPath, int 
     {
         FiltersProgressThread worker (normalize, denoiseThreshold, declickSensibility, samples, numChannels, writer,
                                       numSamples, project);
+        worker.threadsToUse = threadsToUse;
         worker.runThread (juce::Thread::Priority::normal);
         finished = worker.finished;
     }

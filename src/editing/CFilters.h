@@ -29,6 +29,9 @@ public:
     juce::AudioFormatWriter* writer = nullptr;
     float* samples = nullptr; // interleaved, numSamples * numChannels entries
 
+    /** Threads a run may use: with 2, a stereo run filters its two channels side by side. */
+    int threadsToUse = juce::SystemStats::getNumCpus() > 1 ? 2 : 1;
+
 protected:
     Project* project = nullptr; // translates the shown texts; may be null
 
