@@ -26,6 +26,34 @@ juce::MemoryBlock bytesOf (const juce::File& file)
     return bytes;
 }
 
+/** A 64-bit multiply-and-xor hash (FNV style) over the bytes of a file written by a run. */
+juce::String fingerprintOf (const juce::File& file)
+{
+    const auto bytes = bytesOf (file);
+    juce::uint64 hash = 1469598103934665603ull;
+
+    for (size_t i = 0; i < bytes.getSize(); ++i)
+    {
+        hash ^= (juce::uint8) bytes[i];
+        hash *= 1099511628211ull;
+    }
+
+    return juce::String::toHexString ((juce::int64) hash);
+}
+
+/** A 24-bit record at 48 kHz, with low bits that a run must not see. */
+WavFiles::Audio deepRecord()
+{
+    auto deep = crackle (256 * 40 + 3, 48000.0);
+    deep.bits = 24;
+
+    for (auto& channel : deep.channels)
+        for (auto& value : channel)
+            value = value * 256 + 0x5a;
+
+    return deep;
+}
+
 /** The output of one run with the given threads and lane width. */
 juce::MemoryBlock runOnce (const juce::File& input, const juce::File& folder, int denoise, int declick, int threads,
                            LaneForm form)
@@ -76,13 +104,7 @@ TEST (FilterRunThreads, deepFilesOtherRatesMonoAndShortFilesGiveTheSameBytesOnTw
     FakeDialogs dialogs;
     const auto folder = folderFor ("threads-kinds");
 
-    auto deep = crackle (256 * 40 + 3, 48000.0);
-    deep.bits = 24;
-
-    for (auto& channel : deep.channels)
-        for (auto& value : channel)
-            value = value * 256 + 0x5a;
-
+    const auto deep = deepRecord();
     auto mono = crackle (256 * 30 + 9);
     mono.channels.pop_back();
 
@@ -213,5 +235,58 @@ TEST (FilterRunThreads, onTwoThreadsCancelDeletesTheOutput)
 
     EXPECT_FALSE (output.exists());
     EXPECT_TRUE (input.existsAsFile());
+    EXPECT_TRUE (dialogs.alerts().empty());
+}
+
+TEST (FilterRunThreads, knownRecordsKeepTheirKnownOutputInEveryWay)
+{
+    // Fingerprints of what the one-thread, four-lane run wrote for these records, taken when the
+    // run had no other form: every way of running must keep writing exactly these bytes.
+    FakeDialogs dialogs;
+    const auto folder = folderFor ("threads-known");
+    const auto input = folder.getChildFile ("record.wav");
+    const auto output = folder.getChildFile ("cleaned.wav");
+
+    struct Known
+    {
+        int denoise, declick;
+        const char* fingerprint;
+    };
+
+    WavFiles::write (input, crackle (256 * 500 + 77));
+    const Known stereo[] = { { 20, 50, "892f27c4f339479e" },
+                             { 0, 100, "b9e28fe3117ee820" },
+                             { -1, -1, "6569fad62f592fbe" },
+                             { 35, -1, "d1011e8e0c991b3b" },
+                             { -1, 80, "51050cb5f4369447" } };
+
+    auto expectKnown = [&] (const Known& known)
+    {
+        for (auto form : { LaneForm::fourLanes, LaneForm::eightLanes })
+        {
+            for (int threads : { 1, 2 })
+            {
+                const ScopedLaneForm use (form);
+                runFilters (input, output, known.denoise, known.declick, true, threads);
+                EXPECT_EQ (fingerprintOf (output), juce::String (known.fingerprint))
+                    << "denoise " << known.denoise << ", declick " << known.declick << ", threads " << threads
+                    << ", eight lanes " << (form == LaneForm::eightLanes);
+            }
+        }
+    };
+
+    for (const auto& known : stereo)
+        expectKnown (known);
+
+    EXPECT_EQ (WavFiles::read (output).frames(), 256 * 500);
+
+    WavFiles::write (input, deepRecord());
+    expectKnown ({ 15, 40, "abdd527656790759" });
+
+    auto mono = crackle (256 * 30 + 9);
+    mono.channels.pop_back();
+    WavFiles::write (input, mono);
+    expectKnown ({ 15, 40, "29fe6cfc002274c8" });
+
     EXPECT_TRUE (dialogs.alerts().empty());
 }
