@@ -1,5 +1,7 @@
 #pragma once
 
+#include "editing/SampleMemory.h"
+
 #include <juce_audio_formats/juce_audio_formats.h>
 
 class Project;
@@ -41,7 +43,7 @@ private:
     bool openOutput (const juce::File& output);
 
     std::unique_ptr<juce::AudioFormatWriter> ownedWriter;
-    juce::HeapBlock<float> ownedSamples;
+    SampleMemory ownedSamples;
 
     JUCE_DECLARE_NON_COPYABLE (CFilters)
 };

@@ -2,6 +2,7 @@
 
 #include "editing/Declicker.h"
 #include "editing/Denoiser.h"
+#include "editing/FloatVector.h"
 #include "project/Project.h"
 
 #include <algorithm>
@@ -18,16 +19,40 @@ namespace
 {
 const float outputScale = 0.800000011920929f;
 
-/** The largest absolute value of `count` samples. A NaN never wins, so halves of the samples
-    may be scanned apart and their peaks joined in any order. */
+/** The largest absolute value of `count` samples. A NaN never wins, so parts of the samples
+    may be scanned apart, in lanes, and their peaks joined in any order. */
 float peakOf (const float* samples, juce::int64 count)
 {
+    auto peaks = FloatVector::zero();
+    juce::int64 i = 0;
+
+    for (; i + 4 <= count; i += 4)
+        peaks = FloatVector::max (FloatVector::abs (FloatVector::load (samples + i)), peaks);
+
+    float lanes[4];
+    peaks.store (lanes);
     float peak = 0.0f;
 
-    for (juce::int64 i = 0; i < count; ++i)
+    for (float lane : lanes)
+        peak = std::max (peak, lane);
+
+    for (; i < count; ++i)
         peak = std::max (peak, std::abs (samples[i]));
 
     return peak;
+}
+
+/** Divides `count` samples by `divisor`, four at a time. */
+void divide (float* samples, juce::int64 count, float divisor)
+{
+    const auto divisors = FloatVector::fill (divisor);
+    juce::int64 i = 0;
+
+    for (; i + 4 <= count; i += 4)
+        (FloatVector::load (samples + i) / divisors).store (samples + i);
+
+    for (; i < count; ++i)
+        samples[i] = samples[i] / divisor;
 }
 
 /** Runs job (1, from, to) on the second half of `total` entries on a thread of its own while
@@ -215,16 +240,11 @@ void FiltersProgressThread::normalizeSamples()
     }
 
     // One divisor for every channel keeps their balance. A silent file divides 0 by 0.
-    auto divide = [this, peak] (int, juce::int64 from, juce::int64 to)
-    {
-        for (juce::int64 i = from; i < to; ++i)
-            samples[i] = samples[i] / peak;
-    };
-
     if (twoThreads())
-        inTwoHalves (total, divide);
+        inTwoHalves (total, [this, peak] (int, juce::int64 from, juce::int64 to)
+                     { divide (samples + from, to - from, peak); });
     else
-        divide (0, 0, total);
+        divide (samples, total, peak);
 }
 
 void FiltersProgressThread::setUpFilters()

@@ -67,6 +67,29 @@ struct ScalarFloatVector
         return { { std::sqrt (a.v[0]), std::sqrt (a.v[1]), std::sqrt (a.v[2]), std::sqrt (a.v[3]) } };
     }
 
+    /** The top 16 bits of four 32-bit samples, as whole numbers. */
+    static ScalarFloatVector fromTop16Bits (const int* p)
+    {
+        return { { (float) (p[0] >> 16), (float) (p[1] >> 16), (float) (p[2] >> 16), (float) (p[3] >> 16) } };
+    }
+
+    /** a0 b0 a1 b1 into `low`, a2 b2 a3 b3 into `high`. */
+    static void interleave (ScalarFloatVector a, ScalarFloatVector b, ScalarFloatVector& low, ScalarFloatVector& high)
+    {
+        low = { { a.v[0], b.v[0], a.v[1], b.v[1] } };
+        high = { { a.v[2], b.v[2], a.v[3], b.v[3] } };
+    }
+
+    static ScalarFloatVector abs (ScalarFloatVector a)
+    {
+        return { { std::abs (a.v[0]), std::abs (a.v[1]), std::abs (a.v[2]), std::abs (a.v[3]) } };
+    }
+
+    static ScalarFloatVector max (ScalarFloatVector a, ScalarFloatVector b)
+    {
+        return each (a, b, [] (float x, float y) { return x > y ? x : y; });
+    }
+
     ScalarFloatVector reversed() const { return { { v[3], v[2], v[1], v[0] } }; }
 
     ScalarFloatVector withFirstOf (ScalarFloatVector other) const { return { { other.v[0], v[1], v[2], v[3] } }; }
@@ -128,6 +151,25 @@ struct FloatVector
     friend FloatVector operator/ (FloatVector a, FloatVector b) { return { _mm_div_ps (a.v, b.v) }; }
 
     static FloatVector sqrt (FloatVector a) { return { _mm_sqrt_ps (a.v) }; }
+
+    /** The top 16 bits of four 32-bit samples, as whole numbers. */
+    static FloatVector fromTop16Bits (const int* p)
+    {
+        return { _mm_cvtepi32_ps (_mm_srai_epi32 (_mm_loadu_si128 (reinterpret_cast<const __m128i*> (p)), 16)) };
+    }
+
+    /** a0 b0 a1 b1 into `low`, a2 b2 a3 b3 into `high`. */
+    static void interleave (FloatVector a, FloatVector b, FloatVector& low, FloatVector& high)
+    {
+        low.v = _mm_unpacklo_ps (a.v, b.v);
+        high.v = _mm_unpackhi_ps (a.v, b.v);
+    }
+
+    /** Each lane without its sign bit. */
+    static FloatVector abs (FloatVector a) { return { _mm_andnot_ps (_mm_set1_ps (-0.0f), a.v) }; }
+
+    /** Each lane of `a` where `a` > `b`, else of `b` (also where either is NaN). */
+    static FloatVector max (FloatVector a, FloatVector b) { return { _mm_max_ps (a.v, b.v) }; }
 
     /** Lanes in the opposite order. */
     FloatVector reversed() const { return { _mm_shuffle_ps (v, v, _MM_SHUFFLE (0, 1, 2, 3)) }; }

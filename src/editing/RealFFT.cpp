@@ -4,7 +4,6 @@
 #include "editing/LaneForm.h"
 
 #include <cmath>
-#include <type_traits>
 #include <utility>
 
 namespace
