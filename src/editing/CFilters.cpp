@@ -90,7 +90,7 @@ void CFilters::loadSamples (juce::AudioFormatReader& source)
     // times 1 / 32767 in single precision, the way convertInt16LEToFloat makes them. The file goes
     // through in slices, so that nothing but the float array stays in memory.
     const juce::int64 total = (juce::int64) numChannels * std::max (numSamples, 0);
-    samples = ownedSamples.allocate ((size_t) std::max<juce::int64> (total, 1));
+    samples = ownedSamples.allocate ((size_t) std::max<juce::int64> (total, 1), threadsToUse);
 
     const int sliceFrames = 65536;
     juce::HeapBlock<int> left (sliceFrames), right (sliceFrames);

@@ -117,18 +117,18 @@ struct ScalarFloatVector
                 out[col]->v[r] = rows[r].v[col];
     }
 
-    static void storeGroupsOfEight (const ScalarFloatVector (&rows)[8], float* const* groups)
+    static void storeGroupsOfEight (const ScalarFloatVector (&rows)[8], float* base, const int* offsets)
     {
         for (int lane = 0; lane < 4; ++lane)
             for (int j = 0; j < 8; ++j)
-                groups[lane][j] = rows[j].v[lane];
+                base[offsets[lane] + j] = rows[j].v[lane];
     }
 
-    static void loadGroupsOfEight (ScalarFloatVector (&rows)[8], const float* const* groups)
+    static void loadGroupsOfEight (ScalarFloatVector (&rows)[8], const float* base, const int* offsets)
     {
         for (int lane = 0; lane < 4; ++lane)
             for (int j = 0; j < 8; ++j)
-                rows[j].v[lane] = groups[lane][j];
+                rows[j].v[lane] = base[offsets[lane] + j];
     }
 };
 
@@ -192,8 +192,8 @@ struct FloatVector
         _MM_TRANSPOSE4_PS (a.v, b.v, c.v, d.v);
     }
 
-    /** Lane m of the eight rows, in row order, goes to the eight floats at groups[m]. */
-    static void storeGroupsOfEight (const FloatVector (&rows)[8], float* const* groups)
+    /** Lane m of the eight rows, in row order, goes to the eight floats at base + offsets[m]. */
+    static void storeGroupsOfEight (const FloatVector (&rows)[8], float* base, const int* offsets)
     {
         FloatVector low[] = { rows[0], rows[1], rows[2], rows[3] };
         FloatVector high[] = { rows[4], rows[5], rows[6], rows[7] };
@@ -202,18 +202,18 @@ struct FloatVector
 
         for (int m = 0; m < 4; ++m)
         {
-            low[m].store (groups[m]);
-            high[m].store (groups[m] + 4);
+            low[m].store (base + offsets[m]);
+            high[m].store (base + offsets[m] + 4);
         }
     }
 
-    /** The opposite of storeGroupsOfEight: row j's lane m is groups[m][j]. */
-    static void loadGroupsOfEight (FloatVector (&rows)[8], const float* const* groups)
+    /** The opposite of storeGroupsOfEight: row j's lane m is base[offsets[m] + j]. */
+    static void loadGroupsOfEight (FloatVector (&rows)[8], const float* base, const int* offsets)
     {
         for (int m = 0; m < 4; ++m)
         {
-            rows[m] = load (groups[m]);
-            rows[4 + m] = load (groups[m] + 4);
+            rows[m] = load (base + offsets[m]);
+            rows[4 + m] = load (base + offsets[m] + 4);
         }
 
         transpose (rows[0], rows[1], rows[2], rows[3]);
@@ -294,8 +294,8 @@ struct WideFloatVector
         r[7] = _mm256_permute2f128_ps (u3, u7, 0x31);
     }
 
-    /** Lane m of the eight rows, in row order, goes to the eight floats at groups[m]. */
-    static void storeGroupsOfEight (const WideFloatVector (&rows)[8], float* const* groups)
+    /** Lane m of the eight rows, in row order, goes to the eight floats at base + offsets[m]. */
+    static void storeGroupsOfEight (const WideFloatVector (&rows)[8], float* base, const int* offsets)
     {
         __m256 r[8];
 
@@ -305,16 +305,16 @@ struct WideFloatVector
         transpose (r);
 
         for (int m = 0; m < 8; ++m)
-            _mm256_storeu_ps (groups[m], r[m]);
+            _mm256_storeu_ps (base + offsets[m], r[m]);
     }
 
-    /** The opposite of storeGroupsOfEight: row j's lane m is groups[m][j]. */
-    static void loadGroupsOfEight (WideFloatVector (&rows)[8], const float* const* groups)
+    /** The opposite of storeGroupsOfEight: row j's lane m is base[offsets[m] + j]. */
+    static void loadGroupsOfEight (WideFloatVector (&rows)[8], const float* base, const int* offsets)
     {
         __m256 r[8];
 
         for (int m = 0; m < 8; ++m)
-            r[m] = _mm256_loadu_ps (groups[m]);
+            r[m] = _mm256_loadu_ps (base + offsets[m]);
 
         transpose (r);
 

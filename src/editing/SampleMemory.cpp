@@ -1,15 +1,52 @@
 #include "editing/SampleMemory.h"
 
+#include <system_error>
+#include <thread>
+
 #if JUCE_LINUX
 #include <sys/mman.h>
 #endif
+
+namespace
+{
+/** Writes one zero into every page of the block, so that the system maps and clears the pages
+    now. */
+void touchPages (char* start, size_t bytes)
+{
+    const size_t page = 4096;
+
+    for (size_t offset = 0; offset < bytes; offset += page)
+        start[offset] = 0;
+}
+
+/** touchPages over the block, the second half on a thread of its own where one can start. */
+void touchPagesOnTwoThreads (char* start, size_t bytes)
+{
+    const size_t half = bytes / 2;
+    std::thread second;
+
+    try
+    {
+        second = std::thread ([start, half, bytes] { touchPages (start + half, bytes - half); });
+    }
+    catch (const std::system_error&)
+    {
+        touchPages (start + half, bytes - half);
+    }
+
+    touchPages (start, half);
+
+    if (second.joinable())
+        second.join();
+}
+} // namespace
 
 SampleMemory::~SampleMemory()
 {
     free();
 }
 
-float* SampleMemory::allocate (size_t count)
+float* SampleMemory::allocate (size_t count, int threads)
 {
     free();
     count = std::max<size_t> (count, 1);
@@ -27,6 +64,12 @@ float* SampleMemory::allocate (size_t count)
             // Both are advice: where the system declines, the block works as it is.
             madvise (block, bytes, MADV_HUGEPAGE);
             madvise (block, bytes, MADV_DONTFORK);
+
+            // Clearing fresh pages is much of the cost of a large block: with two threads, both
+            // take their share before the block is filled.
+            if (threads >= 2)
+                touchPagesOnTwoThreads (static_cast<char*> (block), bytes);
+
             mappedBytes = bytes;
             data = static_cast<float*> (block);
             return data;

@@ -17,8 +17,9 @@ public:
     SampleMemory() = default;
     ~SampleMemory();
 
-    /** Frees what was held and returns `count` zeroed floats (at least one), or null. */
-    float* allocate (size_t count);
+    /** Frees what was held and returns `count` zeroed floats (at least one), or null. With
+        `threads` at 2 or more, a large block's pages are mapped in on two threads at once. */
+    float* allocate (size_t count, int threads = 1);
 
     void free();
 

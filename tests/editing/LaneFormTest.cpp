@@ -114,16 +114,16 @@ __attribute__ ((target ("avx2"))) std::vector<std::vector<float>> wideResults (c
     for (int j = 0; j < 8; ++j)
         in[j] = WideFloatVector::load (a + 8 * j);
 
-    float groups[8][8];
-    float* starts[] = { groups[0], groups[1], groups[2], groups[3], groups[4], groups[5], groups[6], groups[7] };
-    WideFloatVector::storeGroupsOfEight (in, starts);
+    // Groups placed out of order, as the transform's bit-reversed offsets place them.
+    const int offsets[] = { 0, 32, 16, 48, 8, 40, 24, 56 };
+    float groups[64];
+    WideFloatVector::storeGroupsOfEight (in, groups, offsets);
 
-    for (auto& group : groups)
-        rows.emplace_back (group, group + 8);
+    for (int m = 0; m < 8; ++m)
+        rows.emplace_back (groups + offsets[m], groups + offsets[m] + 8);
 
-    const float* readStarts[] = { a, a + 8, a + 16, a + 24, a + 32, a + 40, a + 48, a + 56 };
     WideFloatVector out[8];
-    WideFloatVector::loadGroupsOfEight (out, readStarts);
+    WideFloatVector::loadGroupsOfEight (out, a, offsets);
 
     for (auto& row : out)
         rows.push_back (wideLanes (row));
@@ -179,11 +179,13 @@ TEST (LaneForm, everyEightLaneOperationMatchesThePlainArrayForm)
             each ([&] (size_t) { return 0.0f; }),
         };
 
+        const size_t offsets[] = { 0, 32, 16, 48, 8, 40, 24, 56 };
+
         for (size_t m = 0; m < 8; ++m)
             plain.push_back (each ([&] (size_t j) { return a[8 * j + m]; }));
 
         for (size_t j = 0; j < 8; ++j)
-            plain.push_back (each ([&] (size_t m) { return a[8 * m + j]; }));
+            plain.push_back (each ([&] (size_t m) { return a[offsets[m] + j]; }));
 
         const auto wide = wideResults (a.data(), b.data(), c.data());
         ASSERT_EQ (wide.size(), plain.size());

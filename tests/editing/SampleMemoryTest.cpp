@@ -3,29 +3,30 @@
 
 #include <gtest/gtest.h>
 
-TEST (SampleMemory, smallAndLargeBlocksStartZeroedAndKeepWhatIsWritten)
+TEST (SampleMemory, smallAndLargeBlocksStartZeroedAndKeepWhatIsWrittenWithOneThreadOrTwo)
 {
     SampleMemory memory;
 
-    for (size_t count : { (size_t) 0, (size_t) 1, (size_t) 1000, (size_t) 3 << 20, (size_t) 5 << 20 })
-    {
-        float* samples = memory.allocate (count);
-        ASSERT_NE (samples, nullptr) << count;
-        EXPECT_EQ (memory.get(), samples);
+    for (int threads : { 1, 2 })
+        for (size_t count : { (size_t) 0, (size_t) 1, (size_t) 1000, (size_t) 3 << 20, (size_t) 5 << 20 })
+        {
+            float* samples = memory.allocate (count, threads);
+            ASSERT_NE (samples, nullptr) << count;
+            EXPECT_EQ (memory.get(), samples);
 
-        const size_t usable = std::max<size_t> (count, 1);
+            const size_t usable = std::max<size_t> (count, 1);
 
-        for (size_t i = 0; i < usable; i += 997)
-            ASSERT_EQ (samples[i], 0.0f) << count << " " << i;
+            for (size_t i = 0; i < usable; i += 997)
+                ASSERT_EQ (samples[i], 0.0f) << count << " " << i;
 
-        EXPECT_EQ (samples[usable - 1], 0.0f);
+            EXPECT_EQ (samples[usable - 1], 0.0f);
 
-        for (size_t i = 0; i < usable; ++i)
-            samples[i] = (float) (i % 1000) * 0.001f;
+            for (size_t i = 0; i < usable; ++i)
+                samples[i] = (float) (i % 1000) * 0.001f;
 
-        for (size_t i = 0; i < usable; i += 1013)
-            ASSERT_EQ (samples[i], (float) (i % 1000) * 0.001f) << count << " " << i;
-    }
+            for (size_t i = 0; i < usable; i += 1013)
+                ASSERT_EQ (samples[i], (float) (i % 1000) * 0.001f) << count << " " << i;
+        }
 
     memory.free();
     EXPECT_EQ (memory.get(), nullptr);
@@ -37,7 +38,7 @@ TEST (SampleMemory, aLargeBlockStaysTheParentsOwnAcrossAChildProcess)
     // come through it with its contents, and stay writable.
     SampleMemory memory;
     const size_t count = (size_t) 8 << 20;
-    float* samples = memory.allocate (count);
+    float* samples = memory.allocate (count, 2);
     ASSERT_NE (samples, nullptr);
 
     for (size_t i = 0; i < count; i += 1024)
