@@ -19,6 +19,27 @@ namespace
 {
 const float outputScale = 0.800000011920929f;
 
+/** The scale every filtered block takes on its way out. */
+void scale (float* block)
+{
+    for (int i = 0; i < 256; ++i)
+        block[i] = block[i] * outputScale;
+}
+
+/** A 16-bit value in the top bits of a 32-bit sample, as the writer takes it. */
+int inTopBits (juce::int16 value)
+{
+    return (int) ((juce::uint32) (juce::uint16) value << 16);
+}
+
+/** `count` samples (interleaved or not) cut to 16 bits, as the write path cuts them. */
+void toSixteenBits (const float* samples, juce::int16* values, int count)
+{
+    JUCE_BEGIN_IGNORE_WARNINGS_GCC_LIKE ("-Wdeprecated-declarations")
+    juce::AudioDataConverters::convertFloatToInt16LE (samples, values, count, 2);
+    JUCE_END_IGNORE_WARNINGS_GCC_LIKE
+}
+
 /** The largest absolute value of `count` samples. A NaN never wins, so parts of the samples
     may be scanned apart, in lanes, and their peaks joined in any order. */
 float peakOf (const float* samples, juce::int64 count)
@@ -281,14 +302,12 @@ bool FiltersProgressThread::writeBlock (const float* interleaved)
     int left[256], right[256];
     const int* channels[] = { left, right, nullptr };
 
-    JUCE_BEGIN_IGNORE_WARNINGS_GCC_LIKE ("-Wdeprecated-declarations")
-    juce::AudioDataConverters::convertFloatToInt16LE (interleaved, pcm, 512, 2);
-    JUCE_END_IGNORE_WARNINGS_GCC_LIKE
+    toSixteenBits (interleaved, pcm, 512);
 
     for (int i = 0; i < 256; ++i)
     {
-        left[i] = (int) ((juce::uint32) (juce::uint16) pcm[2 * i] << 16);
-        right[i] = (int) ((juce::uint32) (juce::uint16) pcm[2 * i + 1] << 16);
+        left[i] = inTopBits (pcm[2 * i]);
+        right[i] = inTopBits (pcm[2 * i + 1]);
     }
 
     return writer->write (channels, 256);
@@ -345,9 +364,10 @@ bool FiltersProgressThread::filterBlocksTogether()
 
 bool FiltersProgressThread::filterChannelsApart()
 {
-    // The right channel runs ahead on its own thread and leaves each block, filtered and
-    // scaled, in its own places in the samples; this thread does the left channel, waits for
-    // the right one's block where needed, and writes. Nothing else is shared.
+    // The right channel runs ahead on its own thread, from its samples to its 16-bit values, and
+    // leaves each block's values in its own places in the samples; this thread does the same for
+    // the left channel, waits for the right one's block where needed, and writes. The conversion
+    // works value by value, so each channel may be cut to 16 bits on its own.
     const int numBlocks = numSamples / 256;
     float* const all = samples;
 
@@ -361,21 +381,26 @@ bool FiltersProgressThread::filterChannelsApart()
                                 return false; // a cancel stops this side at once
 
                             float work[256];
+                            juce::int16 values[256];
                             float* frames = all + (juce::int64) block * 512;
 
                             for (int i = 0; i < 256; ++i)
                                 work[i] = frames[2 * i + 1];
 
                             filterChannel (1, work);
+                            scale (work);
+                            toSixteenBits (work, values, 256);
 
                             for (int i = 0; i < 256; ++i)
-                                frames[2 * i + 1] = work[i] * outputScale;
+                                frames[2 * i + 1] = (float) values[i]; // a whole number, held exactly
 
                             return true;
                         });
 
     float work[256];
-    float outputBlock[512];
+    juce::int16 values[256];
+    int left[256], rightValues[256];
+    const int* channels[] = { left, rightValues, nullptr };
 
     for (int block = 0; block < numBlocks; ++block)
     {
@@ -390,17 +415,19 @@ bool FiltersProgressThread::filterChannelsApart()
             work[i] = frames[2 * i];
 
         filterChannel (0, work);
+        scale (work);
+        toSixteenBits (work, values, 256);
 
         if (! right.waitFor (block))
             return false; // stopped by a cancel
 
         for (int i = 0; i < 256; ++i)
         {
-            outputBlock[2 * i] = work[i] * outputScale;
-            outputBlock[2 * i + 1] = frames[2 * i + 1];
+            left[i] = inTopBits (values[i]);
+            rightValues[i] = inTopBits ((juce::int16) frames[2 * i + 1]);
         }
 
-        if (! writeBlock (outputBlock))
+        if (! writer->write (channels, 256))
             break;
     }
 
