@@ -30,6 +30,16 @@ bool LaneForms::eightLanesAvailable()
     return available;
 }
 
+std::vector<LaneForm> LaneForms::availableForms()
+{
+    std::vector<LaneForm> forms{ LaneForm::fourLanes };
+
+    if (eightLanesAvailable())
+        forms.push_back (LaneForm::eightLanes);
+
+    return forms;
+}
+
 LaneForm LaneForms::active()
 {
     return current().load (std::memory_order_relaxed);

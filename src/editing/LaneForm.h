@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 /**
     How wide the filters' inner loops work: four float lanes everywhere, eight where the
     processor has AVX2. Every form gives the same bits; the widest the processor offers is
@@ -15,6 +17,9 @@ namespace LaneForms
 {
 /** True when the program holds the eight-lane code and the processor can run it. */
 bool eightLanesAvailable();
+
+/** Every form this processor can run, the narrowest first. */
+std::vector<LaneForm> availableForms();
 
 /** The form the filters use now. */
 LaneForm active();
