@@ -26,13 +26,13 @@ using Lanes = WideFloatVector;
 #include "editing/RealFFTPasses.inc"
 } // namespace eightLanes
 #pragma GCC pop_options
-#endif
 
-/** The width to use for a transform of 2^bitCount points: eight lanes need 64 of them. */
+/** Whether a transform of 2^bitCount points runs in eight lanes: they need 64 points. */
 bool useEightLanes (int bitCount)
 {
-    return GROOVESMITH_FLOAT_VECTOR_AVX2 && bitCount >= 6 && LaneForms::active() == LaneForm::eightLanes;
+    return bitCount >= 6 && LaneForms::active() == LaneForm::eightLanes;
 }
+#endif
 } // namespace
 
 float RealFFT::tableCosine (int level, int i)
@@ -260,7 +260,10 @@ void RealFFT::forwardPasses (float* f, const float* x)
 {
 #if GROOVESMITH_FLOAT_VECTOR_AVX2
     if (useEightLanes (bitCount))
-        return eightLanes::forwardPasses (*this, f, x);
+    {
+        eightLanes::forwardPasses (*this, f, x);
+        return;
+    }
 #endif
 
     fourLanes::forwardPasses (*this, f, x);
@@ -270,7 +273,10 @@ void RealFFT::inversePasses (const float* f, float* x)
 {
 #if GROOVESMITH_FLOAT_VECTOR_AVX2
     if (useEightLanes (bitCount))
-        return eightLanes::inversePasses (*this, f, x);
+    {
+        eightLanes::inversePasses (*this, f, x);
+        return;
+    }
 #endif
 
     fourLanes::inversePasses (*this, f, x);
