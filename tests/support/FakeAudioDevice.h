@@ -22,7 +22,13 @@ public:
         rates.insert (0, rate);
     }
 
-    ~FakeAudioDevice() override { close(); }
+    ~FakeAudioDevice() override
+    {
+        // Blocks running in the background end before the device they run on goes.
+        if (background != nullptr)
+            background->deviceGoes();
+        close();
+    }
 
     juce::StringArray getOutputChannelNames() override { return { "Out 1", "Out 2" }; }
 
@@ -128,30 +134,45 @@ public:
     }
 
     /** Keeps blocks running on a thread of its own while it lives, their output dropped: for
-        operations that wait for the audio thread to take notice. */
+        operations that wait for the audio thread to take notice. When the device goes first (its
+        owner, the device manager, is deleted while the blocks run), the blocks end with it. */
     class BackgroundBlocks : private juce::Thread
     {
     public:
         explicit BackgroundBlocks (FakeAudioDevice& deviceToRun)
             : juce::Thread ("Test device blocks"),
-              device (deviceToRun)
+              device (&deviceToRun)
         {
+            device->background = this;
             startThread();
         }
 
-        ~BackgroundBlocks() override { stopThread (5000); }
+        ~BackgroundBlocks() override
+        {
+            stopThread (5000);
+            if (device != nullptr)
+                device->background = nullptr;
+        }
 
     private:
+        friend class FakeAudioDevice;
+
+        void deviceGoes()
+        {
+            stopThread (5000);
+            device = nullptr;
+        }
+
         void run() override
         {
             while (! threadShouldExit())
             {
-                device.runBlocks (1);
+                device->runBlocks (1);
                 wait (1);
             }
         }
 
-        FakeAudioDevice& device;
+        FakeAudioDevice* device;
     };
 
     std::unique_ptr<BackgroundBlocks> runBlocksInBackground() { return std::make_unique<BackgroundBlocks> (*this); }
@@ -165,6 +186,7 @@ private:
     juce::BigInteger activeInputs, activeOutputs;
     juce::CriticalSection lock;
     juce::AudioIODeviceCallback* callback = nullptr;
+    BackgroundBlocks* background = nullptr;
 };
 
 /** The device type "Test", with one device. */
