@@ -19,8 +19,9 @@ namespace
     normal run, while leaks of the program's own and of JUCE's still show, with their names. */
 __attribute__ ((constructor)) void keepTheXLibrariesLoaded()
 {
-    for (const char* name :
-         { "libX11.so.6", "libXext.so.6", "libXcursor.so.1", "libXinerama.so.1", "libXrender.so.1", "libXrandr.so.2" })
+    static const char* const names[] = { "libX11.so.6",      "libXext.so.6",    "libXcursor.so.1",
+                                         "libXinerama.so.1", "libXrender.so.1", "libXrandr.so.2" };
+    for (const char* name : names)
         dlopen (name, RTLD_LAZY | RTLD_LOCAL | RTLD_NODELETE);
 }
 } // namespace
