@@ -16,6 +16,10 @@ void FakeDialogs::chooseNext (const juce::File& file)
 
 int FakeDialogs::runAlert (AlertRequest& request)
 {
+    // As with the real windows, an alert taken back is never shown: it returns 0 at once.
+    if (request.withdrawal != nullptr && request.withdrawal->isWithdrawn())
+        return 0;
+
     Alert alert;
     alert.icon = request.icon;
     alert.title = request.title;
