@@ -142,25 +142,21 @@ TEST (CapturePageJack, xrunsOfTheServerShowOnTheCapturePageAndStayWithTheTrack)
     project.setSilenceLength (3);
 
     for (int i = 0; i < 3; ++i)
-    {
-        wizard->nextButton.triggerClick();
-        pumpMessages();
-    }
+        clickAndWait (wizard->nextButton);
     ASSERT_EQ (MainComponent::currentPage, 3);
     auto& page = *wizard->page1;
     EXPECT_FALSE (page.dropoutIndicator.isVisible());
 
-    page.captureButton.triggerClick();
-    pumpMessages();
+    clickAndWait (page.captureButton);
     ASSERT_TRUE (page.isCapturing());
 
     // The record plays in real time, and the player's cycle stalls for a tenth of a second once
     // a second of it: the server misses its deadlines, as on a machine too busy for it.
     juce::ChildProcess player;
-    ASSERT_TRUE (player.start (
-        juce::StringArray{ GROOVESMITH_RECORD_PLAYER, "--record",
-                           ("silence:" + std::to_string (second / 2) + "," + tone (440, 660, 0.5, 6 * second)).c_str(),
-                           "--stall-every", std::to_string (second).c_str(), "--stall-ms", "100" }));
+    ASSERT_TRUE (player.start (juce::StringArray{
+        GROOVESMITH_RECORD_PLAYER, "--record",
+        ("silence:" + std::to_string (second / 2) + "," + toneSegment (440, 660, 0.5, 6 * second)).c_str(),
+        "--stall-every", std::to_string (second).c_str(), "--stall-ms", "100" }));
 
     juce::String shown;
     bool savedTheIndicator = false;
