@@ -17,6 +17,11 @@ namespace
 {
 constexpr int second = serverRate;
 
+/** The silence length of the captures, in seconds. The capture waits in real time for the
+    player to start, which a busy machine may delay by seconds: silence this long, and only this
+    long, ends a capture. */
+constexpr int quietWait = 8;
+
 /** Where the program's controls are, in its window of 435 by 380 (no decoration on a display
     without a window manager): the wizard's Next, and the capture page's Capture. */
 const juce::Point<int> nextButton{ 379, 362 };
@@ -196,7 +201,7 @@ protected:
 
 TEST_F (CaptureProcess, aProgramKilledInTheMiddleOfATrackLeavesWholeWavFilesWithAllButTheLastSecond)
 {
-    ASSERT_NO_FATAL_FAILURE (startCapture (4));
+    ASSERT_NO_FATAL_FAILURE (startCapture (quietWait));
 
     // A song, a gap, and a long one in which the program is killed.
     const std::string description =
@@ -232,10 +237,10 @@ TEST_F (CaptureProcess, aProgramKilledInTheMiddleOfATrackLeavesWholeWavFilesWith
 
 TEST_F (CaptureProcess, aQuitWhileTheEndCaptureBoxShowsEndsTheProgramWithItsLastFileClosed)
 {
-    ASSERT_NO_FATAL_FAILURE (startCapture (2));
+    ASSERT_NO_FATAL_FAILURE (startCapture (quietWait));
     const std::string description = "silence:" + std::to_string (second / 2) +
                                     ",tone:440:660:0.5:" + std::to_string (2 * second) +
-                                    ",silence:" + std::to_string (4 * second);
+                                    ",silence:" + std::to_string ((quietWait + 2) * second);
     ASSERT_NO_FATAL_FAILURE (play (description));
 
     // The capture hears the silence out and asks; the quit comes while the box is on the screen.
@@ -253,16 +258,16 @@ TEST_F (CaptureProcess, aQuitWhileTheEndCaptureBoxShowsEndsTheProgramWithItsLast
 
 TEST_F (CaptureProcess, aQuitJustBeforeTheEndCaptureBoxEndsTheProgramWithItsLastFileClosed)
 {
-    ASSERT_NO_FATAL_FAILURE (startCapture (2));
+    ASSERT_NO_FATAL_FAILURE (startCapture (quietWait));
     const std::string description = "silence:" + std::to_string (second / 2) +
                                     ",tone:440:660:0.5:" + std::to_string (2 * second) +
-                                    ",silence:" + std::to_string (4 * second);
+                                    ",silence:" + std::to_string ((quietWait + 2) * second);
     ASSERT_NO_FATAL_FAILURE (play (description));
 
-    // The end of stream comes some 2 seconds into the silence after the song, at about 4.5
-    // seconds of the record: the quit goes a moment before, and reaches the program about when
-    // the box is asked.
-    const auto justBefore = juce::int64 (44) * second / 10;
+    // The end of stream comes the silence length into the silence after the song, 2.5 seconds
+    // into the record: the quit goes a moment before, and reaches the program about when the box
+    // is asked.
+    const auto justBefore = juce::int64 (25 + 10 * quietWait - 1) * second / 10;
     ASSERT_TRUE (waitFor ([this, justBefore] { return playedFrames (positionFile) >= justBefore; }, 60000));
     running->signal (SIGINT);
     ASSERT_TRUE (running->waitForExit (20000)) << "the program did not end";
