@@ -13,6 +13,23 @@
 namespace
 {
 constexpr int second = serverRate;
+
+/** The wizard on the JACK server, capturing into `folder` with a minimum silence of one second
+    and a silence length of three, moved on to its capture page. */
+void openCapturePage (JackWizard& jack, const juce::String& purpose, const juce::File& folder)
+{
+    ASSERT_NO_FATAL_FAILURE (jack.start (purpose, folder));
+    auto& project = jack.wizard->getProject();
+    ASSERT_NE (project.getCurrentAudioDevice(), nullptr);
+    ASSERT_EQ (project.getCurrentAudioDevice()->getTypeName(), "JACK");
+    project.setRootDirectory (folder.getFullPathName());
+    project.setMinSilence (1);
+    project.setSilenceLength (3);
+
+    for (int i = 0; i < 3; ++i)
+        clickAndWait (jack.wizard->nextButton);
+    ASSERT_EQ (MainComponent::currentPage, 3);
+}
 } // namespace
 
 TEST (CapturePageJack, aRecordIsRippedFromTheWizardThroughJack)
@@ -23,20 +40,10 @@ TEST (CapturePageJack, aRecordIsRippedFromTheWizardThroughJack)
     juce::String playerOutput;
     FakeDialogs dialogs;
     JackWizard jack;
-    ASSERT_NO_FATAL_FAILURE (jack.start ("page", folder));
+    ASSERT_NO_FATAL_FAILURE (openCapturePage (jack, "page", folder));
     auto& window = jack.window;
     auto* wizard = jack.wizard;
-
     auto& project = wizard->getProject();
-    ASSERT_NE (project.getCurrentAudioDevice(), nullptr);
-    ASSERT_EQ (project.getCurrentAudioDevice()->getTypeName(), "JACK");
-    project.setRootDirectory (folder.getFullPathName());
-    project.setMinSilence (1);
-    project.setSilenceLength (3);
-
-    for (int i = 0; i < 3; ++i)
-        clickAndWait (wizard->nextButton);
-    ASSERT_EQ (MainComponent::currentPage, 3);
     auto& page = *wizard->page1;
 
     // Calibrate over a quiet lead-in. It plays with the server freewheeling, which then pauses its
@@ -132,18 +139,10 @@ TEST (CapturePageJack, xrunsOfTheServerShowOnTheCapturePageAndStayWithTheTrack)
 
     FakeDialogs dialogs;
     JackWizard jack;
-    ASSERT_NO_FATAL_FAILURE (jack.start ("xruns", folder));
+    ASSERT_NO_FATAL_FAILURE (openCapturePage (jack, "xruns", folder));
     auto* wizard = jack.wizard;
     auto& project = wizard->getProject();
-    ASSERT_NE (project.getCurrentAudioDevice(), nullptr);
-    project.setRootDirectory (folder.getFullPathName());
     project.setThreshold (5);
-    project.setMinSilence (1);
-    project.setSilenceLength (3);
-
-    for (int i = 0; i < 3; ++i)
-        clickAndWait (wizard->nextButton);
-    ASSERT_EQ (MainComponent::currentPage, 3);
     auto& page = *wizard->page1;
     EXPECT_FALSE (page.dropoutIndicator.isVisible());
 
