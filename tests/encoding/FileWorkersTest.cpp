@@ -82,7 +82,7 @@ TEST_F (FileWorkersTest, theCopyWindowSpeaksTheUsersLanguageButCancelDoesNot)
 {
     Project project;
     project.strings =
-        std::make_unique<juce::LocalisedStrings> ("language: French\n"
+        std::make_unique<LanguageStrings> ("language: French\n"
                                                   "\"Copying...\" = \"Copie...\"\n"
                                                   "\"Copying current track...\" = \"Copie du morceau...\"\n"
                                                   "\"Cancel\" = \"Annuler\"\n",

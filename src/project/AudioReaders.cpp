@@ -1,0 +1,204 @@
+#include "project/AudioReaders.h"
+
+#include <FLAC/stream_decoder.h>
+
+#include <cmath>
+
+namespace
+{
+/** Passes everything through to the file, and remembers where the reader last went and how
+    much it last asked for: a one-frame read then tells where the audio starts and how big a
+    frame is, so the length can be checked against the file's size. */
+class WatchedInput : public juce::InputStream
+{
+public:
+    explicit WatchedInput (std::unique_ptr<juce::InputStream> source)
+        : input (std::move (source))
+    {
+    }
+
+    juce::int64 getTotalLength() override { return input->getTotalLength(); }
+    bool isExhausted() override { return input->isExhausted(); }
+    juce::int64 getPosition() override { return input->getPosition(); }
+
+    int read (void* destination, int bytes) override
+    {
+        lastReadStart = input->getPosition();
+        lastReadSize = bytes;
+        return input->read (destination, bytes);
+    }
+
+    bool setPosition (juce::int64 position) override { return input->setPosition (position); }
+
+    juce::int64 lastReadStart = -1;
+    int lastReadSize = 0;
+
+private:
+    std::unique_ptr<juce::InputStream> input;
+};
+
+bool isPlainPcm (const juce::AudioFormatReader& reader)
+{
+    const auto name = reader.getFormatName();
+    return name == "WAV file" || name == "AIFF file";
+}
+
+bool isFlac (const juce::AudioFormatReader& reader)
+{
+    return reader.getFormatName() == "FLAC file";
+}
+
+bool headerMakesSense (const juce::AudioFormatReader& reader)
+{
+    return reader.numChannels >= 1 && reader.numChannels <= AudioReaders::maxChannels &&
+           std::isfinite (reader.sampleRate) && reader.sampleRate >= AudioReaders::minSampleRate &&
+           reader.sampleRate <= AudioReaders::maxSampleRate && reader.bitsPerSample >= 1 &&
+           reader.bitsPerSample <= 64 && reader.lengthInSamples >= 0;
+}
+
+/** The uncompressed formats read frame n at start + n * frameSize: one frame read at 0 shows
+    both, and what lies between the start and the end of the file is all there is. */
+void cutPcmToContent (juce::AudioFormatReader& reader, WatchedInput& watched)
+{
+    if (reader.lengthInSamples <= 0)
+        return;
+
+    int frame[1] = {};
+    int* channels[] = { frame, nullptr };
+    watched.lastReadSize = 0;
+    reader.read (channels, 1, 0, 1, false);
+
+    if (watched.lastReadSize <= 0 || watched.lastReadStart < 0)
+    {
+        reader.lengthInSamples = 0;
+        return;
+    }
+
+    const auto available = juce::jmax ((juce::int64) 0, watched.getTotalLength() - watched.lastReadStart);
+    reader.lengthInSamples = juce::jmin (reader.lengthInSamples, available / watched.lastReadSize);
+}
+
+void cutFlacToContent (juce::AudioFormatReader& reader, const juce::File& file)
+{
+    if (reader.lengthInSamples <= 0)
+        return;
+
+    if (auto stream = file.createInputStream())
+        reader.lengthInSamples = AudioReaders::countFlacFrames (*stream, reader.lengthInSamples);
+    else
+        reader.lengthInSamples = 0;
+}
+
+std::unique_ptr<juce::AudioFormatReader> checkedReader (const juce::File& file, juce::AudioFormat& format)
+{
+    auto stream = file.createInputStream();
+
+    if (stream == nullptr)
+        return {};
+
+    auto watched = std::make_unique<WatchedInput> (std::move (stream));
+    auto* watching = watched.get();
+    std::unique_ptr<juce::AudioFormatReader> reader (format.createReaderFor (watched.release(), true));
+
+    if (reader == nullptr || ! headerMakesSense (*reader))
+        return {};
+
+    if (isPlainPcm (*reader))
+        cutPcmToContent (*reader, *watching);
+    else if (isFlac (*reader))
+        cutFlacToContent (*reader, file);
+
+    return reader;
+}
+} // namespace
+
+namespace AudioReaders
+{
+std::unique_ptr<juce::AudioFormatReader> open (const juce::File& file, juce::AudioFormat& format)
+{
+    if (! file.existsAsFile())
+        return {};
+
+    return checkedReader (file, format);
+}
+
+std::unique_ptr<juce::AudioFormatReader> open (const juce::File& file, juce::AudioFormatManager& formats)
+{
+    if (! file.existsAsFile())
+        return {};
+
+    for (int i = 0; i < formats.getNumKnownFormats(); ++i)
+    {
+        auto* format = formats.getKnownFormat (i);
+
+        if (format->canHandleFile (file))
+            if (auto reader = checkedReader (file, *format))
+                return reader;
+    }
+
+    return {};
+}
+
+//==============================================================================
+namespace
+{
+struct FlacCount
+{
+    juce::InputStream& input;
+    juce::int64 frames = 0;
+    bool failed = false;
+};
+
+FLAC__StreamDecoderReadStatus readFlac (const FLAC__StreamDecoder*, FLAC__byte buffer[], size_t* bytes, void* data)
+{
+    auto& count = *static_cast<FlacCount*> (data);
+    const auto got = count.input.read (buffer, (int) juce::jmin (*bytes, (size_t) 65536));
+
+    if (got <= 0)
+    {
+        *bytes = 0;
+        return FLAC__STREAM_DECODER_READ_STATUS_END_OF_STREAM;
+    }
+
+    *bytes = (size_t) got;
+    return FLAC__STREAM_DECODER_READ_STATUS_CONTINUE;
+}
+
+FLAC__StreamDecoderWriteStatus countFlac (const FLAC__StreamDecoder*, const FLAC__Frame* frame,
+                                          const FLAC__int32* const[], void* data)
+{
+    static_cast<FlacCount*> (data)->frames += frame->header.blocksize;
+    return FLAC__STREAM_DECODER_WRITE_STATUS_CONTINUE;
+}
+
+void flacError (const FLAC__StreamDecoder*, FLAC__StreamDecoderErrorStatus, void*) {}
+} // namespace
+
+juce::int64 countFlacFrames (juce::InputStream& stream, juce::int64 limit)
+{
+    // Decoded the way the reader will decode it, frame by frame, so that a frame the reader
+    // would drop is not counted either.
+    FlacCount count{ stream };
+    auto* decoder = FLAC__stream_decoder_new();
+
+    if (decoder == nullptr)
+        return 0;
+
+    if (FLAC__stream_decoder_init_stream (decoder, readFlac, nullptr, nullptr, nullptr, nullptr, countFlac, nullptr,
+                                          flacError, &count) == FLAC__STREAM_DECODER_INIT_STATUS_OK)
+    {
+        while (count.frames < limit)
+        {
+            if (! FLAC__stream_decoder_process_single (decoder))
+                break;
+
+            const auto state = FLAC__stream_decoder_get_state (decoder);
+            if (state == FLAC__STREAM_DECODER_END_OF_STREAM || state == FLAC__STREAM_DECODER_ABORTED)
+                break;
+        }
+    }
+
+    FLAC__stream_decoder_delete (decoder);
+    return juce::jlimit ((juce::int64) 0, limit, count.frames);
+}
+} // namespace AudioReaders

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <juce_audio_formats/juce_audio_formats.h>
+
+/**
+    The one way the program opens a user's audio file for reading. A reader comes back only for
+    a file whose header makes sense (some channels, not thousands; a real sample rate), and its
+    length is cut to the audio the file really holds, whatever the header claims: a header that
+    promises hours on a file of a few kilobytes must not make anyone write hours of silence.
+*/
+namespace AudioReaders
+{
+/** Channels and rates beyond these are no recording's. */
+constexpr unsigned int maxChannels = 64;
+constexpr double minSampleRate = 1.0;
+constexpr double maxSampleRate = 1000000.0;
+
+/** A reader of `file` in `format`, or null. */
+std::unique_ptr<juce::AudioFormatReader> open (const juce::File& file, juce::AudioFormat& format);
+
+/** A reader of `file` by the first of `formats` that takes its extension and reads it, or null. */
+std::unique_ptr<juce::AudioFormatReader> open (const juce::File& file, juce::AudioFormatManager& formats);
+
+/** The frames of FLAC audio that `stream` really holds, decoding at most up to `limit`. */
+juce::int64 countFlacFrames (juce::InputStream& stream, juce::int64 limit);
+} // namespace AudioReaders
