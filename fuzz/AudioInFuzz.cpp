@@ -14,8 +14,8 @@ extern "C" int LLVMFuzzerTestOneInput (const uint8_t* data, size_t size)
 
     static const char* const endings[] = { ".wav", ".aiff", ".flac", ".ogg", ".aif", ".WAV" };
     const auto folder = FuzzSupport::workFolder ("audioin");
-    const auto file = FuzzSupport::write (folder.getChildFile (juce::String ("in") + endings[data[0] % 6]), data + 1,
-                                          size - 1);
+    const auto file =
+        FuzzSupport::write (folder.getChildFile (juce::String ("in") + endings[data[0] % 6]), data + 1, size - 1);
 
     juce::AudioFormatManager formats;
     formats.registerBasicFormats();

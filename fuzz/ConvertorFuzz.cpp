@@ -16,10 +16,30 @@ extern "C" int LLVMFuzzerTestOneInput (const uint8_t* data, size_t size)
 
     switch (data[0] % 4)
     {
-        case 0: { AiffConvertorThread worker (source, out ("out.aiff"), &project); worker.run(); break; }
-        case 1: { FlacConvertorThread worker (source, out ("out.flac"), &project); worker.run(); break; }
-        case 2: { OggConvertorThread worker (source, out ("out.ogg"), &project); worker.run(); break; }
-        default: { Mp3LameConvertorThread worker (source, out ("out.mp3"), &project); worker.run(); break; }
+        case 0:
+        {
+            AiffConvertorThread worker (source, out ("out.aiff"), &project);
+            worker.run();
+            break;
+        }
+        case 1:
+        {
+            FlacConvertorThread worker (source, out ("out.flac"), &project);
+            worker.run();
+            break;
+        }
+        case 2:
+        {
+            OggConvertorThread worker (source, out ("out.ogg"), &project);
+            worker.run();
+            break;
+        }
+        default:
+        {
+            Mp3LameConvertorThread worker (source, out ("out.mp3"), &project);
+            worker.run();
+            break;
+        }
     }
 
     return 0;

@@ -11,8 +11,8 @@ extern "C" int LLVMFuzzerTestOneInput (const uint8_t* data, size_t size)
 
     static const char* const endings[] = { ".ogg", ".flac", ".aiff", ".aif" };
     const auto folder = FuzzSupport::workFolder ("decoders");
-    const auto source = FuzzSupport::write (folder.getChildFile (juce::String ("in") + endings[data[0] % 4]),
-                                            data + 1, size - 1);
+    const auto source =
+        FuzzSupport::write (folder.getChildFile (juce::String ("in") + endings[data[0] % 4]), data + 1, size - 1);
 
     WavConvertorThread worker (source.getFullPathName(), folder.getChildFile ("out.wav").getFullPathName(), &project);
     worker.run();

@@ -34,8 +34,8 @@ extern "C" int LLVMFuzzerTestOneInput (const uint8_t* data, size_t size)
     const int declick = (data[0] & 2) != 0 ? 50 : -1;
 
     {
-        FiltersProgressThread worker (true, denoise, declick, run.samples, run.numChannels, run.writer,
-                                      run.numSamples, nullptr);
+        FiltersProgressThread worker (true, denoise, declick, run.samples, run.numChannels, run.writer, run.numSamples,
+                                      nullptr);
         worker.run();
     }
 

@@ -14,10 +14,10 @@ extern "C" int LLVMFuzzerTestOneInput (const uint8_t* data, size_t size)
     const auto rest = size - 2;
     const auto cut = rest * data[0] / 255;
     const auto folder = FuzzSupport::workFolder ("merge");
-    const auto first = FuzzSupport::write (folder.getChildFile (juce::String ("first") + endings[data[1] % 4]),
-                                           data + 2, cut);
-    const auto second = FuzzSupport::write (
-        folder.getChildFile (juce::String ("second") + endings[(data[1] / 4) % 4]), data + 2 + cut, rest - cut);
+    const auto first =
+        FuzzSupport::write (folder.getChildFile (juce::String ("first") + endings[data[1] % 4]), data + 2, cut);
+    const auto second = FuzzSupport::write (folder.getChildFile (juce::String ("second") + endings[(data[1] / 4) % 4]),
+                                            data + 2 + cut, rest - cut);
 
     MergeThread worker (first, second, folder.getChildFile ("out.wav"));
     worker.run();

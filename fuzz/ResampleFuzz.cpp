@@ -11,8 +11,8 @@ extern "C" int LLVMFuzzerTestOneInput (const uint8_t* data, size_t size)
 
     static const char* const endings[] = { ".wav", ".aiff", ".flac", ".ogg" };
     const auto folder = FuzzSupport::workFolder ("resample");
-    auto input = FuzzSupport::write (folder.getChildFile (juce::String ("in") + endings[data[0] % 4]), data + 1,
-                                     size - 1);
+    auto input =
+        FuzzSupport::write (folder.getChildFile (juce::String ("in") + endings[data[0] % 4]), data + 1, size - 1);
     auto output = folder.getChildFile ("out.wav");
 
     ResamplerThread worker (&input, &output, 0.74);

@@ -11,8 +11,8 @@ extern "C" int LLVMFuzzerTestOneInput (const uint8_t* data, size_t size)
 
     static const char* const endings[] = { ".wav", ".aiff", ".flac", ".ogg" };
     const auto folder = FuzzSupport::workFolder ("split");
-    const auto source = FuzzSupport::write (folder.getChildFile (juce::String ("in") + endings[data[1] % 4]),
-                                            data + 2, size - 2);
+    const auto source =
+        FuzzSupport::write (folder.getChildFile (juce::String ("in") + endings[data[1] % 4]), data + 2, size - 2);
 
     SplitThread worker (source, data[0] / 10.0, folder.getChildFile ("start.wav"), folder.getChildFile ("end.wav"));
     worker.run();

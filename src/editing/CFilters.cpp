@@ -1,8 +1,8 @@
 #include "editing/CFilters.h"
 
-#include "project/Dialogs.h"
 #include "editing/FiltersProgressThread.h"
 #include "project/AudioReaders.h"
+#include "project/Dialogs.h"
 #include "project/Project.h"
 
 #include <algorithm>

@@ -26,7 +26,11 @@ int findCloseQuote (const juce::String& text, int start)
 
 juce::String unescaped (const juce::String& s)
 {
-    return s.replace ("\\\"", "\"").replace ("\\\'", "\'").replace ("\\t", "\t").replace ("\\r", "\r").replace ("\\n", "\n");
+    return s.replace ("\\\"", "\"")
+        .replace ("\\\'", "\'")
+        .replace ("\\t", "\t")
+        .replace ("\\r", "\r")
+        .replace ("\\n", "\n");
 }
 } // namespace
 

@@ -17,7 +17,7 @@ juce::String fromBytes (const void* data, size_t size)
     for (size_t i = 0; i < size;)
     {
         const auto lead = bytes[i];
-        const size_t length = lead < 0x80            ? 1
+        const size_t length = lead < 0x80           ? 1
                               : (lead >> 5) == 0x6  ? 2
                               : (lead >> 4) == 0xe  ? 3
                               : (lead >> 3) == 0x1e ? 4

@@ -94,9 +94,9 @@ Shape scan (const char* text, size_t size)
 namespace
 {
 /** The keys the program reads; no other value of an overlong file is worth keeping. */
-const char* const programKeys[] = { "preamp",     "rootdir",  "deviceid",       "outputformat", "lame",
-                                    "lang",       "threshold", "silencelength", "minsilence",   "devicesettings",
-                                    "lame_vbr",   "lame_quality", "keep_waves", "add_track_num" };
+const char* const programKeys[] = { "preamp",   "rootdir",      "deviceid",      "outputformat", "lame",
+                                    "lang",     "threshold",    "silencelength", "minsilence",   "devicesettings",
+                                    "lame_vbr", "lame_quality", "keep_waves",    "add_track_num" };
 
 bool isProgramKey (const juce::String& lowerCaseName)
 {
@@ -172,9 +172,8 @@ juce::File makeSafe (const juce::File& file)
             return file;
 
         // Too deep is no settings file at all; too long or broken text is read once, checked.
-        replacement = shape.depth > maxDepth
-                          ? std::make_unique<juce::XmlElement> ("PROPERTIES")
-                          : flatValues (SafeText::fromBytes (content.getData(), content.getSize()));
+        replacement = shape.depth > maxDepth ? std::make_unique<juce::XmlElement> ("PROPERTIES")
+                                             : flatValues (SafeText::fromBytes (content.getData(), content.getSize()));
     }
 
     if (replacement->writeTo (file))
