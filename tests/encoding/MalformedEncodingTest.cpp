@@ -95,7 +95,9 @@ TEST (MalformedFiles, TheWavConvertorDecodesOnlyWhatTheFileHolds)
             ++succeeded;
 
         if (out.existsAsFile())
+        {
             EXPECT_LE (MalformedCorpus::wavFrames (out), entry.frames) << nameOf (entry);
+        }
 
         EXPECT_EQ (MalformedCorpus::fingerprint (entry.file), before) << nameOf (entry);
     }
@@ -122,7 +124,9 @@ TEST (MalformedFiles, TheOutputConvertorsWriteOnlyWhatTheWavHolds)
             worker.run();
             succeeded += worker.result ? 1 : 0;
             if (worker.result)
+            {
                 EXPECT_LE (MalformedCorpus::framesOf (out), entry.frames) << nameOf (entry) << " " << out.getFileName();
+            }
         };
 
         const auto aiff = folder.getChildFile ("out.aiff");
@@ -150,7 +154,9 @@ TEST (MalformedFiles, TheOutputConvertorsWriteOnlyWhatTheWavHolds)
             worker.run();
         }
         if (mp3.existsAsFile())
+        {
             EXPECT_LE (mp3.getSize(), 4096 + (entry.frames + 3 * 1152) * 320000 / 8 / 44100) << nameOf (entry);
+        }
 
         EXPECT_EQ (MalformedCorpus::fingerprint (entry.file), before) << nameOf (entry);
     }
@@ -183,7 +189,9 @@ TEST (MalformedFiles, ACoverThatIsNoPictureShowsNothing)
         }
 
         if (entry.file.getFileName().endsWith ("-valid.png") || entry.file.getFileName().endsWith ("-valid.jpg"))
+        {
             EXPECT_NE (preview.getThumbnail(), nullptr) << nameOf (entry);
+        }
 
         EXPECT_EQ (MalformedCorpus::fingerprint (entry.file), before) << nameOf (entry);
     }
