@@ -4,7 +4,6 @@
 #include "app/ProjectPage.h"
 #include "app/SetupPage.h"
 #include "capture/Audio.h"
-#include "capture/AudioReader.h"
 #include "capture/Page1.h"
 #include "capture/TrackWriter.h"
 #include "editing/Page2.h"
@@ -471,8 +470,10 @@ void MainComponent::stopCaptureAndPreview()
     if (auto* audio = Audio::getInstance())
         audio->stop();
 
-    if (project->audioReader != nullptr && project->audioReader->isPlaying())
-        project->audioReader->stop();
+    // The track page owns the preview player: one that plays is told to end and the page's
+    // timer winds it down; one that doesn't is deleted by the page at once.
+    if (project->audioReader != nullptr)
+        page2->endPreview();
 }
 
 void MainComponent::cancelClicked()

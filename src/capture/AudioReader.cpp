@@ -5,12 +5,16 @@
 #include "capture/Audio.h"
 #include "project/Project.h"
 
+#include <atomic>
+
 namespace
 {
 // The player that last joined the device manager; a new one takes its place.
 AudioReader* attachedReader = nullptr;
 
 constexpr int readAheadSamples = 32768;
+
+std::atomic<int> liveReaders{ 0 };
 } // namespace
 
 /** The thread that reads ahead of the sound card, shared by every player of the program. */
@@ -38,11 +42,19 @@ AudioReader::AudioReader (Project* p)
     if (auto* engine = Audio::getInstance())
         if (auto* captureCallback = engine->getCallback())
             project->removeAudioCallback (captureCallback);
+
+    ++liveReaders;
 }
 
 AudioReader::~AudioReader()
 {
     tearDown();
+    --liveReaders;
+}
+
+int AudioReader::instanceCount()
+{
+    return liveReaders.load();
 }
 
 void AudioReader::audioDeviceIOCallbackWithContext (const float* const* inputChannelData, int numInputChannels,

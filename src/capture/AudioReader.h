@@ -59,6 +59,9 @@ public:
     /** Where the pause was made, in samples; -1.0 when not paused. */
     double getPausePosition() const { return pausePosition; }
 
+    /** How many players exist in the process; each one made is deleted exactly once by its owner. */
+    static int instanceCount();
+
 private:
     struct ReadAheadThread;
 

@@ -2,9 +2,32 @@
 
 #include "capture/AudioReader.h"
 
+#include <optional>
+
+/** The time text: attached to the slider, above it, unless the owner gave it a place of its own,
+    which it then keeps (an attached label otherwise goes back above its slider at each text). */
+class PlaySlider::TimeLabel : public juce::Label
+{
+public:
+    TimeLabel()
+        : juce::Label ("time")
+    {
+    }
+
+    void componentMovedOrResized (juce::Component& owner, bool wasMoved, bool wasResized) override
+    {
+        if (fixedBounds.has_value())
+            setBounds (*fixedBounds);
+        else
+            juce::Label::componentMovedOrResized (owner, wasMoved, wasResized);
+    }
+
+    std::optional<juce::Rectangle<int>> fixedBounds;
+};
+
 PlaySlider::PlaySlider (const juce::String& componentName)
     : juce::Slider (componentName),
-      timeLabel (std::make_unique<juce::Label> ("time"))
+      timeLabel (std::make_unique<TimeLabel>())
 {
     timeLabel->setJustificationType (juce::Justification::centred);
     // The owner may lay the label over the bar: clicks go through to the slider.
@@ -21,6 +44,17 @@ void PlaySlider::setTrackInfo (double newSampleRate, double newTotalSamples)
 {
     sampleRate = (juce::int64) newSampleRate;
     totalSamples = (juce::int64) newTotalSamples;
+}
+
+juce::Label& PlaySlider::getTimeLabel()
+{
+    return *timeLabel;
+}
+
+void PlaySlider::setTimeLabelBounds (juce::Rectangle<int> bounds)
+{
+    timeLabel->fixedBounds = bounds;
+    timeLabel->setBounds (bounds);
 }
 
 juce::String PlaySlider::getTimeText() const

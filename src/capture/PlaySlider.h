@@ -39,16 +39,22 @@ public:
     /** Minutes, seconds and hundredths of a sample count: "1:05.40", "5.07". */
     static juce::String formatSamples (juce::int64 samples, juce::int64 sampleRate);
 
-    juce::Label& getTimeLabel() { return *timeLabel; }
+    juce::Label& getTimeLabel();
+
+    /** Keeps the time text at this place in the slider's parent, whatever the text and however
+        the slider moves; by default it sits above the slider. */
+    void setTimeLabelBounds (juce::Rectangle<int> bounds);
 
     void startedDragging() override;
     void stoppedDragging() override;
     void valueChanged() override;
 
 private:
+    class TimeLabel;
+
     AudioReader** readerSlot = nullptr;
     bool dragging = false;
-    std::unique_ptr<juce::Label> timeLabel;
+    std::unique_ptr<TimeLabel> timeLabel;
     juce::int64 sampleRate = 44100;
     juce::int64 totalSamples = 0;
 

@@ -31,6 +31,9 @@ public:
     int getSamplesWritten() const { return samplesWritten; }
     juce::String getFolder() const { return folder; }
 
+    /** An empty folder lets the next capture's folder replace this writer. */
+    void setFolder (const juce::String& newFolder) { folder = newFolder; }
+
     /** True while a file is open for writing. */
     bool isFileOpen() const { return writer != nullptr; }
 

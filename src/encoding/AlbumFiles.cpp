@@ -18,13 +18,6 @@ TagLib::String latin1 (const juce::String& text)
 {
     return TagLib::String (text.toRawUTF8(), TagLib::String::Latin1);
 }
-
-/** A cover is copied only when its first bytes are those of a picture the program can show. */
-bool isPicture (const juce::File& file)
-{
-    juce::FileInputStream stream (file);
-    return stream.openedOk() && juce::ImageFileFormat::findImageFormatForStream (stream) != nullptr;
-}
 } // namespace
 
 AlbumFiles::AlbumFiles (Project& projectToUse)
@@ -114,7 +107,8 @@ void AlbumFiles::copyCoversToAlbumFolder()
 
     for (const auto& [cover, word] : covers)
     {
-        if (! cover.existsAsFile() || ! isPicture (cover))
+        // A picture the program cannot show is still the user's choice: it is copied as it is.
+        if (! cover.existsAsFile())
             continue;
 
         const juce::File target (project.captureFolder + juce::File::getSeparatorString() + word +

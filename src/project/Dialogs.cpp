@@ -49,6 +49,17 @@ public:
         return ok;
     }
 
+    bool chooseFiles (const FileRequest& request, juce::Array<juce::File>& chosen) override
+    {
+        juce::FileChooser chooser (request.title, request.initial, request.filter, true);
+
+        if (! chooser.browseForMultipleFilesToOpen())
+            return false;
+
+        chosen = chooser.getResults();
+        return true;
+    }
+
     void runDialog (const juce::String& title, juce::Component& content, juce::Component* centreAround,
                     juce::Colour background) override
     {

@@ -65,6 +65,10 @@ public:
     /** Shows a chooser; true and the chosen file when the user confirmed, false on cancel. */
     virtual bool chooseFile (const FileRequest& request, juce::File& chosen) = 0;
 
+    /** Shows a chooser in which several files can be picked to open; true and the chosen
+        files when the user confirmed, false on cancel. */
+    virtual bool chooseFiles (const FileRequest& request, juce::Array<juce::File>& chosen) = 0;
+
     /** Shows `content` in a modal dialog window and returns when it is closed. */
     virtual void runDialog (const juce::String& title, juce::Component& content, juce::Component* centreAround,
                             juce::Colour background) = 0;

@@ -363,7 +363,7 @@ TEST_F (EncodeRunTest, anArtistOfTwoDotsGetsAFolderOfItsOwnInsideTheRoot)
     EXPECT_EQ (namesIn (outside), outsideBefore);
 }
 
-TEST_F (EncodeRunTest, aCoverThatIsNoPictureIsNotCopied)
+TEST_F (EncodeRunTest, aCoverThatIsNoPictureIsCopiedAsItIs)
 {
     ASSERT_NO_FATAL_FAILURE (ripToFormatPage (1));
     const auto fake = root.getChildFile ("cover.jpg");
@@ -374,7 +374,8 @@ TEST_F (EncodeRunTest, aCoverThatIsNoPictureIsNotCopied)
     next();
 
     EXPECT_EQ (MainComponent::currentPage, finalPage);
-    EXPECT_EQ (namesIn (albumFolder), juce::StringArray ("01 - Artist - Track1.flac"));
+    EXPECT_EQ (namesIn (albumFolder), juce::StringArray ({ "01 - Artist - Track1.flac", "Front.jpg" }));
+    EXPECT_EQ (albumFolder.getChildFile ("Front.jpg").loadFileAsString(), "<html>not a picture</html>");
     EXPECT_TRUE (fake.existsAsFile());
 }
 

@@ -2,7 +2,7 @@
 // cover, a capture through a JACK server on the dummy backend into which the tests' client plays
 // three songs, the track page, FLAC on the format page, and the encode run.
 #include "capture/CaptureTestSupport.h"
-#include "capture/JackServer.h"
+#include "capture/JackWizard.h"
 #include "capture/Page1.h"
 #include "encoding/AudioFiles.h"
 #include "support/WizardFixture.h"
@@ -10,12 +10,6 @@
 namespace
 {
 constexpr int second = serverRate;
-
-std::string tone (int left, int right, double amplitude, int frames)
-{
-    return "tone:" + std::to_string (left) + ":" + std::to_string (right) + ":" + std::to_string (amplitude) + ":" +
-           std::to_string (frames);
-}
 } // namespace
 
 TEST (RipToAlbumJack, aCapturedRecordEndsAsATaggedFlacAlbumWithItsCover)
@@ -85,11 +79,11 @@ TEST (RipToAlbumJack, aCapturedRecordEndsAsATaggedFlacAlbumWithItsCover)
     const auto albumFolder = folder.getChildFile ("The Testers - Dummy Backend");
     ASSERT_EQ (project.captureFolder, albumFolder.getFullPathName());
 
-    const std::string record = "silence:" + std::to_string (second / 2) + "," + tone (440, 660, 0.5, 3 * second) +
-                               ",silence:" + std::to_string (2 * second) +
+    const std::string record = "silence:" + std::to_string (second / 2) + "," +
+                               toneSegment (440, 660, 0.5, 3 * second) + ",silence:" + std::to_string (2 * second) +
                                ",noise:0.3:11:" + std::to_string (2 * second) +
-                               ",silence:" + std::to_string (2 * second) + "," + tone (330, 550, 0.4, 3 * second) +
-                               ",silence:" + std::to_string (5 * second);
+                               ",silence:" + std::to_string (2 * second) + "," +
+                               toneSegment (330, 550, 0.4, 3 * second) + ",silence:" + std::to_string (5 * second);
 
     auto& page = *wizard->page1;
     click (page.captureButton);

@@ -2,23 +2,16 @@
 // JACK server on the dummy backend into which the tests' client plays a record, driven through
 // its buttons from the first page to the track page.
 #include "CaptureTestSupport.h"
-#include "JackServer.h"
+#include "JackWizard.h"
 #include "capture/Audio.h"
 #include "capture/Page1.h"
 #include "capture/TrackWriter.h"
 #include "editing/Page2.h"
-#include "support/Snapshots.h"
 #include "support/WizardFixture.h"
 
 namespace
 {
 constexpr int second = serverRate;
-
-std::string tone (int left, int right, double amplitude, int frames)
-{
-    return "tone:" + std::to_string (left) + ":" + std::to_string (right) + ":" + std::to_string (amplitude) + ":" +
-           std::to_string (frames);
-}
 } // namespace
 
 TEST (CapturePageJack, aRecordIsRippedFromTheWizardThroughJack)
@@ -40,14 +33,8 @@ TEST (CapturePageJack, aRecordIsRippedFromTheWizardThroughJack)
     project.setMinSilence (1);
     project.setSilenceLength (3);
 
-    const auto click = [] (juce::Button& button)
-    {
-        button.triggerClick();
-        pumpMessages();
-    };
-
     for (int i = 0; i < 3; ++i)
-        click (wizard->nextButton);
+        clickAndWait (wizard->nextButton);
     ASSERT_EQ (MainComponent::currentPage, 3);
     auto& page = *wizard->page1;
 
@@ -55,7 +42,7 @@ TEST (CapturePageJack, aRecordIsRippedFromTheWizardThroughJack)
     // capture ports: the capture that follows must still start clean, since the program filters
     // a copy of each block, never the ports' own buffers.
     dialogs.answer ("OK");
-    click (page.calibrateButton);
+    clickAndWait (page.calibrateButton);
     ASSERT_TRUE (page.isCalibrating());
     ASSERT_EQ (runRecordPlayer ({ "--record", "noise:0.004:7:" + juce::String (7 * second), "--freewheel",
                                   "--cycle-sleep-us", "1000" },
@@ -67,13 +54,13 @@ TEST (CapturePageJack, aRecordIsRippedFromTheWizardThroughJack)
     EXPECT_EQ (dialogs.alerts()[0].title, "Silence threshold calibration");
 
     // The record: three songs apart, then a silence that ends the capture.
-    const std::string record = "silence:" + std::to_string (second / 2) + "," + tone (440, 660, 0.5, 3 * second) +
-                               ",silence:" + std::to_string (2 * second) +
+    const std::string record = "silence:" + std::to_string (second / 2) + "," +
+                               toneSegment (440, 660, 0.5, 3 * second) + ",silence:" + std::to_string (2 * second) +
                                ",noise:0.3:11:" + std::to_string (2 * second) +
-                               ",silence:" + std::to_string (2 * second) + "," + tone (330, 550, 0.4, 4 * second) +
-                               ",silence:" + std::to_string (5 * second);
+                               ",silence:" + std::to_string (2 * second) + "," +
+                               toneSegment (330, 550, 0.4, 4 * second) + ",silence:" + std::to_string (5 * second);
 
-    click (page.captureButton);
+    clickAndWait (page.captureButton);
     ASSERT_TRUE (page.isCapturing());
 
     juce::ChildProcess player;
@@ -132,7 +119,7 @@ TEST (CapturePageJack, aRecordIsRippedFromTheWizardThroughJack)
         EXPECT_EQ (contents.left.size() % serverBlock, 0u) << file.getFileName();
     }
 
-    click (wizard->nextButton);
+    clickAndWait (wizard->nextButton);
     EXPECT_EQ (MainComponent::currentPage, 4);
     EXPECT_TRUE (wizard->page2->isVisible());
 }

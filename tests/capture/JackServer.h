@@ -130,34 +130,4 @@ inline int runRecordPlayer (const juce::StringArray& arguments, juce::String& ou
     player.waitForProcessToFinish (60000);
     return static_cast<int> (player.getExitCode());
 }
-
-/** The wizard in a window of its own, its device a JACK server of the test's own. */
-class JackWizard
-{
-public:
-    /** Starts a server named after `purpose` and this process, checks that the record player
-        reaches it, and opens the wizard on it; a fatal failure when any of that fails. */
-    void start (const juce::String& purpose, const juce::File& folder)
-    {
-        const StartLock startLock;
-        const auto serverName = "groovesmith-" + purpose + "-" + juce::String ((int) getpid());
-        setenv ("JACK_DEFAULT_SERVER", serverName.toRawUTF8(), 1);
-        server = std::make_unique<JackServer> (serverName, folder.getChildFile ("jackd.log"));
-        ASSERT_TRUE (server->isRunning());
-        juce::String playerOutput;
-        ASSERT_EQ (runRecordPlayer ({ "--probe" }, playerOutput), 0) << playerOutput;
-        chooseJackDevice();
-
-        window.setUsingNativeTitleBar (true);
-        wizard = new MainComponent (&window);
-        window.setContentOwned (wizard, false);
-        window.centreWithSize (435, 380);
-        window.setVisible (true);
-    }
-
-    // The server goes last, after the window and the wizard in it.
-    std::unique_ptr<JackServer> server;
-    juce::DocumentWindow window{ "Groove Smith", juce::Colours::lightgrey, 0, true };
-    MainComponent* wizard = nullptr; // owned by the window
-};
 } // namespace

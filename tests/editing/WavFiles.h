@@ -58,9 +58,14 @@ inline void write (const juce::File& file, const Audio& audio)
 
 inline Audio read (const juce::File& file)
 {
-    juce::WavAudioFormat wav;
-    std::unique_ptr<juce::AudioFormatReader> reader (wav.createReaderFor (file.createInputStream().release(), true));
     Audio audio;
+    auto stream = file.createInputStream();
+
+    if (stream == nullptr)
+        return audio;
+
+    juce::WavAudioFormat wav;
+    std::unique_ptr<juce::AudioFormatReader> reader (wav.createReaderFor (stream.release(), true));
 
     if (reader == nullptr)
         return audio;

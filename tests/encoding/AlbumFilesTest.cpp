@@ -388,7 +388,7 @@ TEST_F (AlbumFilesTest, anEarlierCoverIsReplaced)
     EXPECT_TRUE (albumFolder.getChildFile ("Front.jpg").hasIdenticalContentTo (project.frontCover));
 }
 
-TEST_F (AlbumFilesTest, aMissingCoverAndACoverThatIsNoPictureAreSkippedSilently)
+TEST_F (AlbumFilesTest, aMissingCoverIsSkippedAndACoverThatIsNoPictureIsCopiedSilently)
 {
     project.frontCover = folder.getChildFile ("vanished.jpg");
     const auto notAPicture = folder.getChildFile ("letter.png");
@@ -399,7 +399,7 @@ TEST_F (AlbumFilesTest, aMissingCoverAndACoverThatIsNoPictureAreSkippedSilently)
     album.copyCoversToAlbumFolder();
 
     EXPECT_EQ (albumFolderNames(), juce::StringArray ("Back.png"));
-    EXPECT_EQ (albumFolder.getChildFile ("Back.png").loadFileAsString(), "an earlier back cover");
+    EXPECT_EQ (albumFolder.getChildFile ("Back.png").loadFileAsString(), "Dear user, this is no picture.");
     EXPECT_TRUE (notAPicture.existsAsFile());
     EXPECT_TRUE (dialogs.alerts().empty());
 }

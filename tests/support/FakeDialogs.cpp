@@ -14,6 +14,12 @@ void FakeDialogs::chooseNext (const juce::File& file)
     scriptedFiles.push_back (file);
 }
 
+void FakeDialogs::chooseNextFiles (const juce::Array<juce::File>& files)
+{
+    const std::lock_guard<std::mutex> guard (mutex);
+    scriptedFileLists.push_back (files);
+}
+
 int FakeDialogs::runAlert (AlertRequest& request)
 {
     Alert alert;
@@ -23,6 +29,7 @@ int FakeDialogs::runAlert (AlertRequest& request)
     for (const auto& button : request.buttons)
         alert.buttons.add (button.text);
     alert.fieldNames = request.fieldNames;
+    alert.fieldLabels = request.fieldLabels;
     alert.fieldValues = request.fieldValues;
     alert.textBlock = request.textBlock;
     alert.linkText = request.linkText;
@@ -80,6 +87,26 @@ bool FakeDialogs::chooseFile (const FileRequest& request, juce::File& chosen)
     recordedChoosers.push_back (chooser);
     if (chooser.confirmed)
         chosen = chooser.chosen;
+    return chooser.confirmed;
+}
+
+bool FakeDialogs::chooseFiles (const FileRequest& request, juce::Array<juce::File>& chosen)
+{
+    const std::lock_guard<std::mutex> guard (mutex);
+    Chooser chooser;
+    chooser.request = request;
+    chooser.severalFiles = true;
+
+    if (! scriptedFileLists.empty())
+    {
+        chooser.chosenFiles = scriptedFileLists.front();
+        chooser.confirmed = ! chooser.chosenFiles.isEmpty();
+        scriptedFileLists.pop_front();
+    }
+
+    recordedChoosers.push_back (chooser);
+    if (chooser.confirmed)
+        chosen = chooser.chosenFiles;
     return chooser.confirmed;
 }
 

@@ -20,6 +20,7 @@ public:
         juce::String message;
         juce::StringArray buttons;
         juce::StringArray fieldNames;
+        juce::StringArray fieldLabels;
         juce::StringArray fieldValues; // as offered
         juce::String textBlock;
         juce::String linkText;
@@ -34,6 +35,8 @@ public:
         FileRequest request;
         bool confirmed = false;
         juce::File chosen;
+        bool severalFiles = false;           // a chooser for several files to open
+        juce::Array<juce::File> chosenFiles; // what such a chooser confirmed
     };
 
     struct ShownDialog
@@ -54,8 +57,12 @@ public:
     /** The next chooser confirms this file, or is cancelled when `file` is a default File. */
     void chooseNext (const juce::File& file);
 
+    /** The next chooser for several files confirms these, or is cancelled when the list is empty. */
+    void chooseNextFiles (const juce::Array<juce::File>& files);
+
     int runAlert (AlertRequest& request) override;
     bool chooseFile (const FileRequest& request, juce::File& chosen) override;
+    bool chooseFiles (const FileRequest& request, juce::Array<juce::File>& chosen) override;
     void runDialog (const juce::String& title, juce::Component& content, juce::Component* centreAround,
                     juce::Colour background) override;
     void openUrl (const juce::URL& url) override;
@@ -78,6 +85,7 @@ private:
     mutable std::mutex mutex;
     std::deque<ScriptedAnswer> scriptedAnswers;
     std::deque<juce::File> scriptedFiles;
+    std::deque<juce::Array<juce::File>> scriptedFileLists;
     std::vector<Alert> recordedAlerts;
     std::vector<Chooser> recordedChoosers;
     std::vector<ShownDialog> recordedDialogs;

@@ -20,7 +20,12 @@ protected:
         wizard->setSize (435, 380);
     }
 
-    void TearDown() override { wizard.reset(); }
+    void TearDown() override
+    {
+        wizard.reset();
+        // A list saved by one test must not be offered to the next one in the same process.
+        Project::savedTrackListFile().deleteFile();
+    }
 
     Project& project() { return wizard->getProject(); }
 

@@ -18,11 +18,13 @@ struct Segment
     {
         silence,
         tone,
-        noise
+        noise,
+        clicks
     };
 
     Kind kind = Kind::silence;
     double leftFrequency = 0, rightFrequency = 0; // tones
+    std::int64_t clickSpacing = 0;                // clicks: one click every this many frames
     double amplitude = 0;                         // the right channel of a tone is at 0.8 times
     std::uint64_t seed = 0;                       // noise
     std::int64_t start = 0, frames = 0;
@@ -32,7 +34,9 @@ class Record
 {
 public:
     /** Segments separated by commas: "silence:FRAMES", "tone:LEFT_HZ:RIGHT_HZ:AMPLITUDE:FRAMES",
-        "noise:AMPLITUDE:SEED:FRAMES". */
+        "noise:AMPLITUDE:SEED:FRAMES", and "clicks:HZ:AMPLITUDE:SPACING:FRAMES", a quiet tone on
+        both channels with a click of three samples in the middle of every SPACING frames, as a
+        worn record gives them. */
     Record (const std::string& description, double sampleRate)
         : rate (sampleRate)
     {
@@ -59,6 +63,19 @@ public:
                 segment.rightFrequency = std::stod (fields[2]);
                 segment.amplitude = std::stod (fields[3]);
                 segment.frames = std::stoll (fields[4]);
+            }
+            else if (fields.size() == 5 && fields[0] == "clicks")
+            {
+                segment.kind = Segment::Kind::clicks;
+                segment.leftFrequency = segment.rightFrequency = std::stod (fields[1]);
+                segment.amplitude = std::stod (fields[2]);
+                segment.clickSpacing = std::stoll (fields[3]);
+                segment.frames = std::stoll (fields[4]);
+                if (segment.clickSpacing < 4)
+                {
+                    valid = false;
+                    continue;
+                }
             }
             else if (fields.size() == 4 && fields[0] == "noise")
             {
@@ -106,6 +123,19 @@ public:
                 const double t = static_cast<double> (offset) / rate;
                 left[i] = quantise (segment.amplitude * std::sin (twoPi * segment.leftFrequency * t));
                 right[i] = quantise (0.8 * segment.amplitude * std::sin (twoPi * segment.rightFrequency * t));
+            }
+            else if (segment.kind == Segment::Kind::clicks)
+            {
+                const double t = static_cast<double> (offset) / rate;
+                double value = segment.amplitude * std::sin (twoPi * segment.leftFrequency * t);
+                const auto inSpacing = offset % segment.clickSpacing - segment.clickSpacing / 2;
+                if (inSpacing == 0)
+                    value += 0.8;
+                else if (inSpacing == 1)
+                    value -= 0.6;
+                else if (inSpacing == 2)
+                    value += 0.5;
+                left[i] = right[i] = quantise (value);
             }
             else if (segment.kind == Segment::Kind::noise)
             {
