@@ -8,12 +8,10 @@
 #include "encoding/ThumbnailComponent.h"
 #include "encoding/WavConvertor.h"
 #include "support/FakeDialogs.h"
+#include "support/FileSizeLimit.h"
 #include "support/MalformedCorpus.h"
 
 #include <gtest/gtest.h>
-
-#include <csignal>
-#include <sys/resource.h>
 
 namespace
 {
@@ -23,31 +21,6 @@ std::string nameOf (const Entry& entry)
 {
     return entry.file.getFileName().toStdString();
 }
-
-/** While it lives, no file of this process may grow past `bytes`: a write beyond fails as on
-    a full disk, and the signal that would end the process is ignored. */
-class FileSizeLimit
-{
-public:
-    explicit FileSizeLimit (rlim_t bytes)
-    {
-        getrlimit (RLIMIT_FSIZE, &previous);
-        previousHandler = std::signal (SIGXFSZ, SIG_IGN);
-        rlimit limit = previous;
-        limit.rlim_cur = bytes;
-        setrlimit (RLIMIT_FSIZE, &limit);
-    }
-
-    ~FileSizeLimit()
-    {
-        setrlimit (RLIMIT_FSIZE, &previous);
-        std::signal (SIGXFSZ, previousHandler);
-    }
-
-private:
-    rlimit previous{};
-    void (*previousHandler) (int) = nullptr;
-};
 
 /** A second of stereo sine, 16 bits at 44100 Hz: 176 KB of samples. */
 juce::File secondOfSound (const juce::File& folder, const juce::String& name)
