@@ -1,6 +1,9 @@
-// The per-block cost of the filters of a filter run, one channel of 256 samples at a time.
+// The per-block cost of the filters of a filter run, one channel of 256 samples at a time, and
+// of the transform; the denoiser and the transform in each lane width the processor can run (the
+// declicker's recursive filter works one sample at a time in any width).
 #include "editing/Declicker.h"
 #include "editing/Denoiser.h"
+#include "editing/LaneForm.h"
 #include "editing/RealFFT.h"
 
 #include <benchmark/benchmark.h>
@@ -22,10 +25,26 @@ std::vector<float> noisyMusic (int length)
 
     return signal;
 }
+
+/** False, and the benchmark skipped, where the processor cannot run the form. */
+bool formAvailable (benchmark::State& state, LaneForm form)
+{
+    if (form == LaneForm::eightLanes && ! LaneForms::eightLanesAvailable())
+    {
+        state.SkipWithError ("the processor has no AVX2");
+        return false;
+    }
+
+    return true;
+}
 } // namespace
 
-static void denoiserBlock (benchmark::State& state)
+static void denoiserBlock (benchmark::State& state, LaneForm form)
 {
+    if (! formAvailable (state, form))
+        return;
+
+    const ScopedLaneForm use (form);
     DenoiserState denoiser;
     setupDenoiser (denoiser, 44100.0);
     denoiser.threshold = 0.2f;
@@ -43,7 +62,8 @@ static void denoiserBlock (benchmark::State& state)
 
     state.counters["x_realtime"] = benchmark::Counter (256.0 / 44100.0, benchmark::Counter::kIsIterationInvariantRate);
 }
-BENCHMARK (denoiserBlock);
+BENCHMARK_CAPTURE (denoiserBlock, fourLanes, LaneForm::fourLanes);
+BENCHMARK_CAPTURE (denoiserBlock, eightLanes, LaneForm::eightLanes);
 
 static void declickerBlock (benchmark::State& state)
 {
@@ -66,8 +86,12 @@ static void declickerBlock (benchmark::State& state)
 }
 BENCHMARK (declickerBlock);
 
-static void fftForwardAndInverse (benchmark::State& state)
+static void fftForwardAndInverse (benchmark::State& state, LaneForm form)
 {
+    if (! formAvailable (state, form))
+        return;
+
+    const ScopedLaneForm use (form);
     RealFFT fft (1024);
     auto input = noisyMusic (1024);
     std::vector<float> spectrum (1024), output (1024);
@@ -79,4 +103,5 @@ static void fftForwardAndInverse (benchmark::State& state)
         benchmark::DoNotOptimize (output.data());
     }
 }
-BENCHMARK (fftForwardAndInverse);
+BENCHMARK_CAPTURE (fftForwardAndInverse, fourLanes, LaneForm::fourLanes);
+BENCHMARK_CAPTURE (fftForwardAndInverse, eightLanes, LaneForm::eightLanes);

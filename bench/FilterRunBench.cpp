@@ -1,6 +1,7 @@
-// Track cleaning and surgery on a whole side: a filter run (declicker, denoiser, normalize),
-// the 45-to-33 resampler, a split and a merge, each as times real time. The track is named by
-// GROOVESMITH_BENCH_TRACK (bench/filters.sh makes a 20-minute one); without it these skip.
+// Track cleaning and surgery on a whole side: a filter run (declicker, denoiser, normalize) on one
+// thread and on two, the 45-to-33 resampler, a split and a merge, each as times real time. The
+// track is named by GROOVESMITH_BENCH_TRACK (bench/filters.sh makes a 20-minute one); without it
+// these skip.
 #include "editing/CFilters.h"
 #include "editing/MergeThread.h"
 #include "editing/ResamplerThread.h"
@@ -108,7 +109,7 @@ bool haveTrack (benchmark::State& state)
 }
 } // namespace
 
-static void filterRun (benchmark::State& state)
+static void filterRun (benchmark::State& state, int threads)
 {
     if (! haveTrack (state))
         return;
@@ -123,6 +124,7 @@ static void filterRun (benchmark::State& state)
              [&]
              {
                  CFilters filters;
+                 filters.threadsToUse = threads;
                  filters.applyFilters (input.getFullPathName().toRawUTF8(), output.getFullPathName().toRawUTF8(), 20,
                                        50, true);
              });
@@ -136,7 +138,8 @@ static void filterRun (benchmark::State& state)
         (double) reader->lengthInSamples * reader->numChannels * sizeof (float) / (1024.0 * 1024.0);
     output.deleteFile();
 }
-BENCHMARK (filterRun)->Unit (benchmark::kSecond)->Iterations (1)->UseManualTime();
+BENCHMARK_CAPTURE (filterRun, oneThread, 1)->Unit (benchmark::kSecond)->Iterations (1)->UseManualTime();
+BENCHMARK_CAPTURE (filterRun, twoThreads, 2)->Unit (benchmark::kSecond)->Iterations (1)->UseManualTime();
 
 static void resampler (benchmark::State& state)
 {

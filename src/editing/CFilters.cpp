@@ -1,6 +1,7 @@
 #include "editing/CFilters.h"
 
 #include "editing/FiltersProgressThread.h"
+#include "editing/FloatVector.h"
 #include "project/AudioReaders.h"
 #include "project/Dialogs.h"
 #include "project/Project.h"
@@ -62,6 +63,7 @@ void CFilters::applyFilters (const char* inputPath, const char* outputPath, int 
     {
         FiltersProgressThread worker (normalize, denoiseThreshold, declickSensibility, samples, numChannels, writer,
                                       numSamples, project);
+        worker.threadsToUse = threadsToUse;
         worker.runThread (juce::Thread::Priority::normal);
         finished = worker.finished;
     }
@@ -99,33 +101,39 @@ bool CFilters::openInput (const juce::File& input)
 void CFilters::loadSamples (juce::AudioFormatReader& source)
 {
     // Every frame is cut to the top 16 bits of its two first channels, interleaved, and the
-    // first numChannels * numSamples of those values become floats. The file goes through in
-    // slices, so that nothing but the float array stays in memory.
+    // first numChannels * numSamples of those values become floats, each as the 16-bit value
+    // times 1 / 32767 in single precision, the way convertInt16LEToFloat makes them. The file goes
+    // through in slices, so that nothing but the float array stays in memory.
     const juce::int64 total = (juce::int64) numChannels * std::max (numSamples, 0);
-    ownedSamples.calloc ((size_t) std::max<juce::int64> (total, 1));
-    samples = ownedSamples.get();
+    samples = ownedSamples.allocate ((size_t) std::max<juce::int64> (total, 1), threadsToUse);
 
     const int sliceFrames = 65536;
     juce::HeapBlock<int> left (sliceFrames), right (sliceFrames);
-    juce::HeapBlock<juce::int16> pairs (2 * sliceFrames);
     int* channels[] = { left.get(), right.get() };
+    const float scale = 1.0f / 0x7fff;
+    const auto scales = FloatVector::fill (scale);
 
     for (int start = 0; start < numSamples && 2 * (juce::int64) start < total; start += sliceFrames)
     {
         const int count = std::min (sliceFrames, numSamples - start);
         source.read (channels, 2, start, count, false);
 
-        for (int i = 0; i < count; ++i)
-        {
-            pairs[2 * i] = (juce::int16) (left[i] >> 16);
-            pairs[2 * i + 1] = (juce::int16) (right[i] >> 16);
-        }
-
         const juce::int64 first = 2 * (juce::int64) start;
         const int values = (int) std::min<juce::int64> (2 * (juce::int64) count, total - first);
-        JUCE_BEGIN_IGNORE_WARNINGS_GCC_LIKE ("-Wdeprecated-declarations")
-        juce::AudioDataConverters::convertInt16LEToFloat (pairs.get(), samples + first, values, 2);
-        JUCE_END_IGNORE_WARNINGS_GCC_LIKE
+        float* out = samples + first;
+        int i = 0;
+
+        for (; 2 * i + 8 <= values; i += 4)
+        {
+            FloatVector low, high;
+            FloatVector::interleave (scales * FloatVector::fromTop16Bits (left + i),
+                                     scales * FloatVector::fromTop16Bits (right + i), low, high);
+            low.store (out + 2 * i);
+            high.store (out + 2 * i + 4);
+        }
+
+        for (int j = 2 * i; j < values; ++j)
+            out[j] = scale * (float) (channels[j & 1][j >> 1] >> 16);
     }
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "editing/SampleMemory.h"
+
 #include <juce_audio_formats/juce_audio_formats.h>
 
 class Project;
@@ -29,6 +31,9 @@ public:
     juce::AudioFormatWriter* writer = nullptr;
     float* samples = nullptr; // interleaved, numSamples * numChannels entries
 
+    /** Threads a run may use: with 2, a stereo run filters its two channels side by side. */
+    int threadsToUse = juce::SystemStats::getNumCpus() > 1 ? 2 : 1;
+
 protected:
     Project* project = nullptr; // translates the shown texts; may be null
 
@@ -41,7 +46,7 @@ private:
     void loadSamples (juce::AudioFormatReader& source);
 
     std::unique_ptr<juce::AudioFormatWriter> ownedWriter;
-    juce::HeapBlock<float> ownedSamples;
+    SampleMemory ownedSamples;
 
     JUCE_DECLARE_NON_COPYABLE (CFilters)
 };

@@ -1,6 +1,7 @@
 #include "editing/Denoiser.h"
 
 #include "editing/FloatVector.h"
+#include "editing/LaneForm.h"
 
 #include <algorithm>
 #include <cmath>
@@ -45,72 +46,34 @@ void setupDenoiser (DenoiserState& state, double sampleRate)
 
 namespace
 {
-/** One hop: window the last 1024 inputs, gate their spectrum, and overlap-add the result.
-    The hop falls on multiples of 128, so each ring is read and written in two straight runs. */
+namespace fourLanes
+{
+using Lanes = FloatVector;
+#include "editing/DenoiserGate.inc"
+} // namespace fourLanes
+
+#if GROOVESMITH_FLOAT_VECTOR_AVX2
+#pragma GCC push_options
+#pragma GCC target("avx2")
+namespace eightLanes
+{
+using Lanes = WideFloatVector;
+#include "editing/DenoiserGate.inc"
+} // namespace eightLanes
+#pragma GCC pop_options
+#endif
+
 void gateFrame (DenoiserState& s)
 {
-    const int firstRun = 1024 - s.inputPos;
-
-    for (int i = 0; i < firstRun; i += 4)
-        (FloatVector::load (s.inputRing + s.inputPos + i) * FloatVector::load (s.window + i)).store (s.frame + i);
-
-    for (int i = firstRun; i < 1024; i += 4)
-        (FloatVector::load (s.inputRing + i - firstRun) * FloatVector::load (s.window + i)).store (s.frame + i);
-
-    s.fft->forward (s.spectrum, s.frame);
-
-    // Bins 1 to 511 are kept or zeroed whole; DC and Nyquist are never touched. A NaN magnitude
-    // compares false and keeps its bin.
-    for (int k = 1; k < 4; ++k)
+#if GROOVESMITH_FLOAT_VECTOR_AVX2
+    if (LaneForms::active() == LaneForm::eightLanes)
     {
-        const float re = s.spectrum[k];
-        const float im = s.spectrum[512 + k];
-        const float magnitude = std::sqrt (re * re + im * im);
-
-        if (s.threshold > magnitude)
-        {
-            s.spectrum[k] = 0.0f;
-            s.spectrum[512 + k] = 0.0f;
-        }
+        eightLanes::gateFrame (s);
+        return;
     }
+#endif
 
-    const auto threshold = FloatVector::fill (s.threshold);
-
-    for (int k = 4; k < 512; k += 4)
-    {
-        const auto re = FloatVector::load (s.spectrum + k);
-        const auto im = FloatVector::load (s.spectrum + 512 + k);
-        const auto magnitude = FloatVector::sqrt (re * re + im * im);
-        FloatVector::zeroWhereGreater (re, threshold, magnitude).store (s.spectrum + k);
-        FloatVector::zeroWhereGreater (im, threshold, magnitude).store (s.spectrum + 512 + k);
-    }
-
-    s.fft->inverse (s.spectrum, s.frameOut);
-
-    // Rescale, and add into the overlap ring.
-    const auto factor = FloatVector::fill ((float) (1.0 / 1024.0));
-    const int overlapRun = 1024 - s.overlapPos;
-
-    for (int i = 0; i < 1024; i += 4)
-    {
-        const auto out = FloatVector::load (s.frameOut + i) * factor;
-        out.store (s.frameOut + i);
-        float* ring = s.overlapRing + (i < overlapRun ? s.overlapPos + i : i - overlapRun);
-        (FloatVector::load (ring) + out).store (ring);
-    }
-
-    // The oldest 128 entries are complete: they go out, and their place is cleared.
-    float* settled = s.overlapRing + s.overlapPos;
-    float* output = s.outputRing + s.outputWrite;
-
-    for (int i = 0; i < 128; i += 4)
-    {
-        FloatVector::load (settled + i).store (output + i);
-        FloatVector::zero().store (settled + i);
-    }
-
-    s.overlapPos = (s.overlapPos + 128) & 1023;
-    s.outputWrite = (s.outputWrite + 128) & 255;
+    fourLanes::gateFrame (s);
 }
 } // namespace
 

@@ -4,10 +4,16 @@
 
 #include <juce_gui_basics/juce_gui_basics.h>
 
+struct DeclickerState;
+struct DenoiserState;
+
 /**
     The worker of a filter run: normalizes the samples it is lent, then for each block of 256
     frames runs the declicker, the denoiser and the 0.8 scale per channel, and writes the
     block. `finished` tells whether the run came to its end; a cancel leaves it false.
+
+    With `threadsToUse` at 2, a stereo run filters its right channel on a second thread, ahead of
+    the left one, which this thread filters and writes; the file comes out the same.
 */
 class FiltersProgressThread : public CFilters, public juce::ThreadWithProgressWindow
 {
@@ -15,6 +21,7 @@ public:
     FiltersProgressThread (bool normalize, int denoiseThreshold, int declickSensibility, float* samples,
                            int numChannels, juce::AudioFormatWriter* writer, int numSamples,
                            Project* projectForTexts = nullptr);
+    ~FiltersProgressThread() override;
 
     void run() override;
 
@@ -29,7 +36,16 @@ protected:
 
 private:
     juce::String translate (const juce::String& text) const;
+    bool twoThreads() const;
     void normalizeSamples();
+    void setUpFilters();
+    void filterChannel (int channel, float* block);
+    bool writeBlock (const float* interleaved);
+    bool filterBlocksTogether();
+    bool filterChannelsApart();
+
+    std::unique_ptr<DeclickerState> declickers[2];
+    std::unique_ptr<DenoiserState> denoisers[2];
 
     JUCE_DECLARE_NON_COPYABLE (FiltersProgressThread)
 };

@@ -1,5 +1,6 @@
 // The denoiser: a spectral gate on 1024-point frames, 896 samples late.
 #include "editing/Denoiser.h"
+#include "editing/LaneForm.h"
 
 #include "PlainFilters.h"
 
@@ -201,7 +202,7 @@ TEST (Denoiser, aBinWhoseMagnitudeEqualsTheThresholdIsKept)
     }
 }
 
-TEST (Denoiser, givesTheSameBitsAsThePlainCode)
+TEST (Denoiser, givesTheSameBitsAsThePlainCodeInEveryLaneWidth)
 {
     std::vector<float> input (256 * 300);
     const auto hiss = noise ((int) input.size(), 0.05f, 4u);
@@ -210,23 +211,29 @@ TEST (Denoiser, givesTheSameBitsAsThePlainCode)
         input[n] =
             0.4f * (float) std::sin (twoPi * 440.0 * (double) n / 44100.0) + hiss[n] + (n % 7000 == 5 ? 0.7f : 0.0f);
 
-    for (float threshold : { 0.0f, 0.05f, 0.2f, 1.0f, 8.0f })
-    {
-        DenoiserState fast, plain;
-        setupDenoiser (fast, 44100.0);
-        setupDenoiser (plain, 44100.0);
-        fast.threshold = plain.threshold = threshold;
-        auto a = input, b = input;
+    input[5000] = std::nanf (""); // a NaN magnitude keeps its bin, in every width
 
-        for (size_t start = 0; start < input.size(); start += 256)
+    for (auto form : LaneForms::availableForms())
+        for (float threshold : { 0.0f, 0.05f, 0.2f, 1.0f, 8.0f })
         {
-            processDenoiser (fast, a.data() + start);
-            PlainFilters::processDenoiser (plain, b.data() + start);
-        }
+            const ScopedLaneForm use (form);
+            DenoiserState fast, plain;
+            setupDenoiser (fast, 44100.0);
+            setupDenoiser (plain, 44100.0);
+            fast.threshold = plain.threshold = threshold;
+            auto a = input, b = input;
 
-        for (size_t n = 0; n < input.size(); ++n)
-            ASSERT_EQ (a[n], b[n]) << "threshold " << threshold << ", sample " << n;
-    }
+            for (size_t start = 0; start < input.size(); start += 256)
+            {
+                processDenoiser (fast, a.data() + start);
+                PlainFilters::processDenoiser (plain, b.data() + start);
+            }
+
+            for (size_t n = 0; n < input.size(); ++n)
+                ASSERT_TRUE (a[n] == b[n] || (std::isnan (a[n]) && std::isnan (b[n])))
+                    << (form == LaneForm::eightLanes ? "eight" : "four") << " lanes, threshold " << threshold
+                    << ", sample " << n << ": " << a[n] << " against " << b[n];
+        }
 }
 
 TEST (Denoiser, aNanMagnitudeKeepsItsBin)

@@ -4,6 +4,7 @@
 #include "editing/Denoiser.h"
 #include "editing/FiltersProgressThread.h"
 
+#include "FilterRunSupport.h"
 #include "WavFiles.h"
 #include "support/FakeDialogs.h"
 
@@ -13,6 +14,7 @@
 #include <string>
 
 using WavFiles::Audio;
+using namespace FilterRunSupport;
 
 namespace
 {
@@ -82,95 +84,6 @@ std::vector<std::vector<int>> expectedRun (const Audio& input, int denoise, int 
     return output;
 }
 
-void runFilters (const juce::File& input, const juce::File& output, int denoise, int declick, bool normalize = true)
-{
-    CFilters filters;
-    filters.applyFilters (input.getFullPathName().toRawUTF8(), output.getFullPathName().toRawUTF8(), denoise, declick,
-                          normalize);
-}
-
-/** A tone with crackle and hiss, in both channels. */
-Audio crackle (int frames, double rate = 44100.0)
-{
-    auto audio = WavFiles::tone (frames, rate, 330.0, 0.4);
-    juce::Random random (11);
-
-    for (auto& channel : audio.channels)
-    {
-        for (int n = 0; n < frames; ++n)
-        {
-            auto& value = channel[(size_t) n];
-            value += random.nextInt (801) - 400;
-
-            if (n % 3001 == 100)
-                value = juce::jlimit (-32768, 32767, value + 20000);
-        }
-    }
-
-    return audio;
-}
-
-/** A worker's writer that keeps what it is given, and can fail or cancel at a chosen block. */
-class KeepingWriter : public juce::AudioFormatWriter
-{
-public:
-    KeepingWriter()
-        : juce::AudioFormatWriter (nullptr, "keeping", 44100.0, 2, 16)
-    {
-    }
-
-    bool write (const int** data, int numSamples) override
-    {
-        ++calls;
-
-        if (calls == failAt)
-            return false;
-
-        for (int c = 0; c < 2; ++c)
-            for (int i = 0; i < numSamples; ++i)
-                kept[(size_t) c].push_back (data[c][i] >> 16);
-
-        if (calls == cancelAt && worker != nullptr)
-            worker->signalThreadShouldExit();
-
-        return true;
-    }
-
-    int calls = 0;
-    int failAt = -1;
-    int cancelAt = -1;
-    juce::Thread* worker = nullptr;
-    std::vector<int> kept[2];
-};
-
-class StatusKeepingThread : public FiltersProgressThread
-{
-public:
-    using FiltersProgressThread::FiltersProgressThread;
-    juce::StringArray shown;
-    juce::String exitAt; // a status line at which the worker is asked to exit
-
-protected:
-    void showStatus (const juce::String& text) override
-    {
-        shown.add (text);
-        FiltersProgressThread::showStatus (text);
-
-        if (text == exitAt)
-            signalThreadShouldExit();
-    }
-};
-
-std::vector<float> interleavedFloats (const Audio& audio)
-{
-    std::vector<float> samples;
-
-    for (int n = 0; n < audio.frames(); ++n)
-        for (const auto& channel : audio.channels)
-            samples.push_back ((1.0f / 0x7fff) * (short) channel[(size_t) n]);
-
-    return samples;
-}
 } // namespace
 
 TEST (FilterRun, withBothFiltersOffItStillNormalizesScalesByPointEightAndKeepsWholeBlocks)

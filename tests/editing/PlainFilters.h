@@ -2,6 +2,7 @@
 
 // The filters' hot paths written the plain way, one scalar operation after another, as the
 // yardstick for the faster code in the program: both must give the same bits.
+#include "editing/Declicker.h"
 #include "editing/Denoiser.h"
 
 #include <cmath>
@@ -253,5 +254,74 @@ inline void processDenoiser (DenoiserState& s, float* block)
         block[i] = s.outputRing[(s.outputRead + i) & 255];
 
     s.outputRead = (s.outputRead + 256) & 255;
+}
+/** processDeclicker, one sample after another on the state's own fields. */
+inline void processDeclicker (DeclickerState& s, float* block)
+{
+    for (int i = 0; i < 256; ++i)
+    {
+        const float x = block[i];
+
+        s.delayRing[s.delayPos] = x;
+        s.delayPos = (s.delayPos + 1) % 53;
+        const float d = s.delayRing[s.delayPos];
+
+        const float y = s.b1 * s.x1 + s.b0 * x + s.b2 * s.x2 - s.a1 * s.y1 - s.a2 * s.y2;
+        s.y2 = s.y1;
+        s.y1 = y;
+        s.x2 = s.x1;
+        s.x1 = x;
+
+        const float e = y * y;
+        s.energyRing[s.energyPos] = e;
+        s.energyPos = (s.energyPos + 1) % 32;
+        const float e31 = s.energyRing[s.energyPos];
+
+        s.averages[1] = s.slowCoef * e + s.slowKeep * s.averages[1];
+        s.averages[2] = s.fastCoef * s.averages[1] + s.fastKeep * s.averages[2];
+        s.averages[3] = s.fastCoef * e31 + s.fastKeep * s.averages[3];
+        s.delayedEnergy = s.fastCoef * s.averages[3] + s.fastKeep * s.delayedEnergy;
+
+        s.reference = 5.400000095367432f * s.averages[2] - s.delayedEnergy;
+        const float ratio = s.delayedEnergy / (s.reference + 9.999999974752427e-07f);
+
+        if (ratio > s.threshold)
+        {
+            s.hold = 14;
+        }
+        else if (s.hold < 0)
+        {
+            block[i] = d;
+            s.lastGoodValue = d;
+            s.lastGoodIndex = (float) i;
+        }
+        else if (s.hold == 0)
+        {
+            const float slope = (d - s.lastGoodValue) / ((float) i - s.lastGoodIndex);
+
+            for (int j = (int) s.lastGoodIndex + 1; j <= i; ++j)
+            {
+                block[j] = s.lastGoodValue + slope;
+                s.lastGoodValue += slope;
+            }
+        }
+
+        s.hold -= 1;
+    }
+
+    if (s.hold >= 0)
+    {
+        const float target = s.delayRing[(s.delayPos + s.hold) % 53];
+        const float slope = (target - s.lastGoodValue) / ((float) (s.hold + 256) - s.lastGoodIndex);
+
+        for (int j = (int) s.lastGoodIndex + 1; j < 256; ++j)
+        {
+            block[j] = s.lastGoodValue + slope;
+            s.lastGoodValue += slope;
+        }
+
+        s.hold -= 1;
+        s.lastGoodIndex = -1.0f;
+    }
 }
 } // namespace PlainFilters
