@@ -10,9 +10,11 @@
 */
 namespace AudioReaders
 {
-/** Channels and rates beyond these are no recording's. */
+/** Channels and rates beyond these are no recording's. Below 1000 Hz nothing is heard, and a
+    file that claims such a rate would make the MP3 encoder, which brings every source to
+    44100 Hz, stretch each of its samples into forty-four thousand. */
 constexpr unsigned int maxChannels = 64;
-constexpr double minSampleRate = 1.0;
+constexpr double minSampleRate = 1000.0;
 constexpr double maxSampleRate = 1000000.0;
 
 /** A reader of `file` in `format`, or null. */

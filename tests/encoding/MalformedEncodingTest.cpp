@@ -7,6 +7,7 @@
 #include "encoding/Mp3LameConvertor.h"
 #include "encoding/ThumbnailComponent.h"
 #include "encoding/WavConvertor.h"
+#include "project/AudioReaders.h"
 #include "support/FakeDialogs.h"
 #include "support/FileSizeLimit.h"
 #include "support/MalformedCorpus.h"
@@ -142,6 +143,64 @@ TEST (MalformedFiles, TheOutputConvertorsWriteOnlyWhatTheWavHolds)
     }
 
     EXPECT_GT (succeeded, 300);
+}
+
+namespace
+{
+/** A mono 16-bit WAV file of `frames` frames of a quiet ramp at any rate its header may claim. */
+juce::File wavAtRate (const juce::File& file, juce::uint32 rate, int frames)
+{
+    juce::MemoryOutputStream bytes;
+    const auto dataSize = (juce::uint32) frames * 2;
+    bytes.write ("RIFF", 4);
+    bytes.writeInt ((int) (36 + dataSize));
+    bytes.write ("WAVEfmt ", 8);
+    bytes.writeInt (16);
+    bytes.writeShort (1);
+    bytes.writeShort (1);
+    bytes.writeInt ((int) rate);
+    bytes.writeInt ((int) (rate * 2));
+    bytes.writeShort (2);
+    bytes.writeShort (16);
+    bytes.write ("data", 4);
+    bytes.writeInt ((int) dataSize);
+    for (int i = 0; i < frames; ++i)
+        bytes.writeShort ((short) (i % 200));
+    file.replaceWithData (bytes.getData(), bytes.getDataSize());
+    return file;
+}
+} // namespace
+
+TEST (MalformedFiles, AFileClaimingAnInaudibleRateIsRefusedBeforeTheMp3EncoderStretchesIt)
+{
+    Project project;
+    const auto folder = freshFolder ("inaudible");
+    const auto out = folder.getChildFile ("out.mp3");
+
+    for (const auto rate : { 1u, 7u, 999u, 1000u })
+    {
+        const auto source = wavAtRate (folder.getChildFile ("rate " + juce::String (rate) + ".wav"), rate, 4000);
+        juce::WavAudioFormat wav;
+        const auto reader = AudioReaders::open (source, wav);
+        EXPECT_EQ (reader != nullptr, rate >= 1000) << rate;
+
+        out.deleteFile();
+        Mp3LameConvertorThread worker (source.getFullPathName(), out.getFullPathName(), &project);
+        worker.run();
+        EXPECT_EQ (worker.result, rate >= 1000) << rate;
+
+        // At 1000 Hz the four seconds become 44100 Hz ones: at most 320 kbit/s of them and the
+        // encoder's last frames.
+        if (rate >= 1000)
+        {
+            EXPECT_GT (out.getSize(), 0);
+            EXPECT_LE (out.getSize(), 4096 + (juce::int64) (4 * 44100 + 3 * 1152) * 320000 / 8 / 44100);
+        }
+        else
+        {
+            EXPECT_LE (out.getSize(), 0) << rate;
+        }
+    }
 }
 
 TEST (MalformedFiles, ACoverThatIsNoPictureShowsNothing)
