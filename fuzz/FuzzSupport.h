@@ -21,6 +21,7 @@ public:
     }
 
     bool chooseFile (const FileRequest&, juce::File&) override { return false; }
+    bool chooseFiles (const FileRequest&, juce::Array<juce::File>&) override { return false; }
     void runDialog (const juce::String&, juce::Component&, juce::Component*, juce::Colour) override {}
     void openUrl (const juce::URL&) override {}
 };
@@ -47,7 +48,15 @@ inline juce::File home()
 inline void start()
 {
     home();
-    static juce::ScopedJuceInitialiser_GUI juce;
+
+    // JUCE stays up until the process ends: shutting it down from a static destructor would
+    // run after JUCE's own statics are gone.
+    static const bool started = []
+    {
+        juce::initialiseJuce_GUI();
+        return true;
+    }();
+    juce::ignoreUnused (started);
     static SilentDialogs dialogs;
     Dialogs::install (&dialogs);
 }
