@@ -35,30 +35,37 @@ const char* helpMessage (int page, int projectType)
     switch (page)
     {
         case projectPageIndex:
-            return "Select what type of project you want:\nRip vinyl (or any other audio source)\nor\nEncode or "
-                   "Reencode existing audio files";
+            return NEEDS_TRANS (
+                "Select what type of project you want:\nRip vinyl (or any other audio source)\nor\nEncode or "
+                "Reencode existing audio files");
         case setupPageIndex:
-            return "Select the location for recording (if other than 'My Documents')\nChoose the sound card to use (if "
-                   "other than the default)\nIf you keep 'no' ticked for Preamp, an RIAA emulation filter will be "
-                   "applied";
+            return NEEDS_TRANS (
+                "Select the location for recording (if other than 'My Documents')\nChoose the sound card to use (if "
+                "other than the default)\nIf you keep 'no' ticked for Preamp, an RIAA emulation filter will be "
+                "applied");
         case albumPageIndex:
-            return "Change info about the tracks you're about to rip.\nA new folder will be created to keep things "
-                   "organized.\nYou can drag cover (back and front) from any explorer/finder window.\nClick reset to "
-                   "reset all info, including covers";
+            return NEEDS_TRANS (
+                "Change info about the tracks you're about to rip.\nA new folder will be created to keep things "
+                "organized.\nYou can drag cover (back and front) from any explorer/finder window.\nClick reset to "
+                "reset all info, including covers");
         case capturePageIndex:
-            return "Click Test to test the volume (not too loud, not too low)\nClick Calibrate to calibrate the "
-                   "silence threshold\nClick Rumble to deactivate/activate rumble filter\nClick Param to set the "
-                   "minimum silence between two tracks and the silence threshold for silence detection\nClick capture "
-                   "to start capturing and writing to disk";
+            return NEEDS_TRANS (
+                "Click Test to test the volume (not too loud, not too low)\nClick Calibrate to calibrate the "
+                "silence threshold\nClick Rumble to deactivate/activate rumble filter\nClick Param to set the "
+                "minimum silence between two tracks and the silence threshold for silence detection\nClick capture "
+                "to start capturing and writing to disk");
         case trackPageIndex:
-            return "You can apply filters to files in the tracklist\nCaution ! no preview here: files will be edited "
-                   "in place";
+            return NEEDS_TRANS (
+                "You can apply filters to files in the tracklist\nCaution ! no preview here: files will be edited "
+                "in place");
         case formatPageIndex:
-            return "Select the format of audio file you want to generate.\nFor Itunes convertion, you need Itunes "
-                   "installed.\nFor lame you need to select the location of 'lame_enc.dll'";
+            return NEEDS_TRANS (
+                "Select the format of audio file you want to generate.\nFor Itunes convertion, you need Itunes "
+                "installed.\nFor lame you need to select the location of 'lame_enc.dll'");
         case finalPageIndex:
-            return projectType == ripProject ? "Start over again by clicking on the 'Do new capture' button"
-                                             : "Start over again by clicking on the 'Encode again' button";
+            return projectType == ripProject
+                       ? NEEDS_TRANS ("Start over again by clicking on the 'Do new capture' button")
+                       : NEEDS_TRANS ("Start over again by clicking on the 'Encode again' button");
         default:
             return nullptr;
     }
@@ -92,16 +99,18 @@ MainComponent::MainComponent (juce::Component* window)
     for (size_t i = 1; i < pages.size(); ++i)
         addChildComponent (pages[i]);
 
-    const auto setUpButton = [this] (juce::TextButton& button, const char* text, const char* tooltip)
+    const auto setUpButton = [this] (juce::TextButton& button, const juce::String& text, const juce::String& tooltip)
     {
-        button.setButtonText (project->translate (text));
-        button.setTooltip (project->translate (tooltip));
+        button.setButtonText (text);
+        button.setTooltip (tooltip);
         addAndMakeVisible (button);
     };
-    setUpButton (backButton, "Back", "Go to previous page");
-    setUpButton (nextButton, "Next", "Go to next page");
-    setUpButton (cancelButton, "Cancel", "Cancel everything and quit the application");
-    setUpButton (helpButton, "Help", "Display a quick help about the current page");
+    setUpButton (backButton, project->translate ("Back"), project->translate ("Go to previous page"));
+    setUpButton (nextButton, project->translate ("Next"), project->translate ("Go to next page"));
+    setUpButton (cancelButton, project->translate ("Cancel"),
+                 project->translate ("Cancel everything and quit the application"));
+    setUpButton (helpButton, project->translate ("Help"),
+                 project->translate ("Display a quick help about the current page"));
 
     for (auto* button : { &backButton, &nextButton, &cancelButton, &helpButton })
         button->addListener (this);
@@ -193,18 +202,18 @@ void MainComponent::updateTitle()
 
 void MainComponent::setNextButtonText (bool withTooltip)
 {
-    const char* text = "Next";
-    const char* tooltip = "Go to next page";
+    const char* text = NEEDS_TRANS ("Next");
+    const char* tooltip = NEEDS_TRANS ("Go to next page");
 
     if (currentPage == finalPageIndex)
     {
-        text = "Quit";
-        tooltip = "Quit the application";
+        text = NEEDS_TRANS ("Quit");
+        tooltip = NEEDS_TRANS ("Quit the application");
     }
     else if (currentPage == formatPageIndex && project->projectType == encodeProject)
     {
-        text = "Finish";
-        tooltip = "Encode tracks";
+        text = NEEDS_TRANS ("Finish");
+        tooltip = NEEDS_TRANS ("Encode tracks");
     }
 
     nextButton.setButtonText (project->translate (text));

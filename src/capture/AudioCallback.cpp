@@ -299,7 +299,8 @@ void AudioCallback::endOfStream()
     status->silentBlocks = 0;
 
     // Shown from the audio thread, which waits here until the user has answered.
-    const auto text = status->soundSamples > 0 ? "No more stream detected" : "No stream detected";
+    const auto text =
+        status->soundSamples > 0 ? NEEDS_TRANS ("No more stream detected") : NEEDS_TRANS ("No stream detected");
     showMessage (juce::MessageBoxIconType::WarningIcon, project->translate ("End Capture"), project->translate (text),
                  "ok");
 

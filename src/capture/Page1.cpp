@@ -1,7 +1,7 @@
 #include "capture/Page1.h"
 
-#include "project/Dialogs.h"
 #include "capture/Audio.h"
+#include "project/Dialogs.h"
 #include "project/Project.h"
 
 int Page1::trackDisplayNumber = 0;
@@ -17,12 +17,12 @@ struct ScaleMark
 };
 
 const ScaleMark scaleMarks[] = {
-    { "L", "L", 20, 63, 20, 20, 0 },          { "R", "R", 60, 63, 20, 20, 0 },
-    { "dB", "dB", 37, 57, 20, 20, 0 },        { "maxDB", "0", 40, 72, 20, 20, 0 },
-    { "minDB", "-70", 33, 263, 30, 20, 0 },   { "-10", "-10", 33, 113, 30, 20, 1 },
-    { "-30", "-30", 33, 161, 30, 20, 1 },     { "-50", "-50", 33, 209, 30, 20, 1 },
-    { "-30noPA", "-30", 33, 110, 30, 20, 2 }, { "-40noPA", "-40", 33, 148, 30, 20, 2 },
-    { "-50noPA", "-50", 33, 187, 30, 20, 2 }, { "-60noPA", "-60", 33, 225, 30, 20, 2 },
+    { "L", NEEDS_TRANS ("L"), 20, 63, 20, 20, 0 },          { "R", NEEDS_TRANS ("R"), 60, 63, 20, 20, 0 },
+    { "dB", NEEDS_TRANS ("dB"), 37, 57, 20, 20, 0 },        { "maxDB", NEEDS_TRANS ("0"), 40, 72, 20, 20, 0 },
+    { "minDB", NEEDS_TRANS ("-70"), 33, 263, 30, 20, 0 },   { "-10", NEEDS_TRANS ("-10"), 33, 113, 30, 20, 1 },
+    { "-30", NEEDS_TRANS ("-30"), 33, 161, 30, 20, 1 },     { "-50", NEEDS_TRANS ("-50"), 33, 209, 30, 20, 1 },
+    { "-30noPA", NEEDS_TRANS ("-30"), 33, 110, 30, 20, 2 }, { "-40noPA", NEEDS_TRANS ("-40"), 33, 148, 30, 20, 2 },
+    { "-50noPA", NEEDS_TRANS ("-50"), 33, 187, 30, 20, 2 }, { "-60noPA", NEEDS_TRANS ("-60"), 33, 225, 30, 20, 2 },
 };
 } // namespace
 

@@ -4,8 +4,8 @@
 
 namespace
 {
-const char* const frontHintText = "Drag'n'drop\nfront cover\nhere";
-const char* const backHintText = "Drag'n'drop\nback cover\nhere";
+const char* const frontHintText = NEEDS_TRANS ("Drag'n'drop\nfront cover\nhere");
+const char* const backHintText = NEEDS_TRANS ("Drag'n'drop\nback cover\nhere");
 } // namespace
 
 AlbumPage::AlbumPage (Project* projectToUse)

@@ -5,14 +5,14 @@
 
 namespace
 {
-juce::String shown (const Project* project, const juce::String& text)
+juce::String translate (const Project* project, const juce::String& text)
 {
     return project != nullptr ? project->translate (text) : text;
 }
 } // namespace
 
 CopyMyFile::CopyMyFile (const juce::File& from, const juce::File& to, bool moveInstead, Project* projectForTexts)
-    : juce::ThreadWithProgressWindow (shown (projectForTexts, "Copying..."), false, true, workerCancellingTimeOutMs,
+    : juce::ThreadWithProgressWindow (translate (projectForTexts, "Copying..."), false, true, workerCancellingTimeOutMs,
                                       workerCancelText),
       source (from),
       destination (to),
@@ -23,6 +23,6 @@ CopyMyFile::CopyMyFile (const juce::File& from, const juce::File& to, bool moveI
 
 void CopyMyFile::run()
 {
-    showStatus (shown (project, "Copying current track..."));
+    showStatus (translate (project, "Copying current track..."));
     result = move ? source.moveFileTo (destination) : source.copyFileTo (destination);
 }

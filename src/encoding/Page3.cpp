@@ -12,30 +12,34 @@ struct Entry
 };
 
 // The order the user sees; the id is the format number.
-const Entry formats[] = { { formatWav, "wav" },
-                          { formatMp3Lame, "mp3 (lame)" },
-                          { formatMp3Itunes, "mp3 (iTunes)" },
-                          { formatAacItunes, "AAC (iTunes)" },
-                          { formatAppleLosslessItunes, "Apple Lossless (iTunes)" },
-                          { formatOgg, "ogg" },
-                          { formatFlac, "flac" },
-                          { formatAiff, "aiff" } };
+const Entry formats[] = { { formatWav, NEEDS_TRANS ("wav") },
+                          { formatMp3Lame, NEEDS_TRANS ("mp3 (lame)") },
+                          { formatMp3Itunes, NEEDS_TRANS ("mp3 (iTunes)") },
+                          { formatAacItunes, NEEDS_TRANS ("AAC (iTunes)") },
+                          { formatAppleLosslessItunes, NEEDS_TRANS ("Apple Lossless (iTunes)") },
+                          { formatOgg, NEEDS_TRANS ("ogg") },
+                          { formatFlac, NEEDS_TRANS ("flac") },
+                          { formatAiff, NEEDS_TRANS ("aiff") } };
 
 // VBR levels 0 to 9; a combo id cannot be 0, so level 0 has the id 10.
-const Entry vbrQualities[] = { { 10, "0 - best quality" },
-                               { 1, "1" },
-                               { 2, "2 - recommended" },
-                               { 3, "3" },
-                               { 4, "4" },
-                               { 5, "5" },
-                               { 6, "6" },
-                               { 7, "7" },
-                               { 8, "8" },
-                               { 9, "9 - smaller file" } };
+const Entry vbrQualities[] = { { 10, NEEDS_TRANS ("0 - best quality") },
+                               { 1, NEEDS_TRANS ("1") },
+                               { 2, NEEDS_TRANS ("2 - recommended") },
+                               { 3, NEEDS_TRANS ("3") },
+                               { 4, NEEDS_TRANS ("4") },
+                               { 5, NEEDS_TRANS ("5") },
+                               { 6, NEEDS_TRANS ("6") },
+                               { 7, NEEDS_TRANS ("7") },
+                               { 8, NEEDS_TRANS ("8") },
+                               { 9, NEEDS_TRANS ("9 - smaller file") } };
 
 // Constant rates; the id is the rate in kbit/s.
-const Entry cbrQualities[] = { { 320, "320kbps - best quality" }, { 256, "256kbps" }, { 224, "224kbps" },
-                               { 192, "192kbps - recommended" },  { 160, "160kbps" }, { 128, "128kbps - cd quality" } };
+const Entry cbrQualities[] = { { 320, NEEDS_TRANS ("320kbps - best quality") },
+                               { 256, NEEDS_TRANS ("256kbps") },
+                               { 224, NEEDS_TRANS ("224kbps") },
+                               { 192, NEEDS_TRANS ("192kbps - recommended") },
+                               { 160, NEEDS_TRANS ("160kbps") },
+                               { 128, NEEDS_TRANS ("128kbps - cd quality") } };
 
 constexpr int recommendedVbr = 2;
 constexpr int recommendedCbr = 192;
@@ -146,22 +150,22 @@ const char* Page3::descriptionOf (int format)
     switch (format)
     {
         case formatAacItunes:
-            return "Convert to AAC using iTunes";
+            return NEEDS_TRANS ("Convert to AAC using iTunes");
         case formatAppleLosslessItunes:
-            return "Convert to Apple Lossless using iTunes";
+            return NEEDS_TRANS ("Convert to Apple Lossless using iTunes");
         case formatAiff:
-            return "Convert to AIFF format";
+            return NEEDS_TRANS ("Convert to AIFF format");
         case formatOgg:
-            return "Convert to OGG format";
+            return NEEDS_TRANS ("Convert to OGG format");
         case formatFlac:
-            return "Convert to FLAC format";
+            return NEEDS_TRANS ("Convert to FLAC format");
         case formatMp3Itunes:
-            return "Convert to MP3 using iTunes";
+            return NEEDS_TRANS ("Convert to MP3 using iTunes");
         case formatMp3Lame:
-            return "Convert to MP3 using Lame (you need to specify where the lame executable is)";
+            return NEEDS_TRANS ("Convert to MP3 using Lame (you need to specify where the lame executable is)");
         case formatWav:
         default:
-            return "Leave tracks in wav format";
+            return NEEDS_TRANS ("Leave tracks in wav format");
     }
 }
 

@@ -83,6 +83,13 @@ juce::File Project::settingsFileLocation()
 
 juce::File Project::programFolder()
 {
+#if JUCE_LINUX
+    // Started by name through the link on the PATH, the framework would take that name for a file
+    // in the current folder; the system knows the real file.
+    const juce::File runningProgram ("/proc/self/exe");
+    if (runningProgram.isSymbolicLink())
+        return runningProgram.getLinkedTarget().getParentDirectory();
+#endif
     return juce::File::getSpecialLocation (juce::File::currentExecutableFile).getParentDirectory();
 }
 

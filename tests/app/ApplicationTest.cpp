@@ -3,6 +3,7 @@
 #include "app/Page.h"
 #include "project/Project.h"
 #include "support/FakeDialogs.h"
+#include "support/ProgramProcesses.h"
 #include "support/TestHelpers.h"
 
 #include <gtest/gtest.h>
@@ -119,41 +120,6 @@ int countProgramWindows()
     return lines.size();
 }
 
-/** Ends a process of the test's when the test ends, however it ends. */
-struct EndsWithTheTest
-{
-    juce::ChildProcess& process;
-    ~EndsWithTheTest()
-    {
-        if (process.isRunning())
-        {
-            process.kill();
-            process.waitForProcessToFinish (5000);
-        }
-    }
-};
-
-/** True when no instance of the program holds its single-instance lock. */
-bool noInstanceRunning()
-{
-    juce::InterProcessLock lock ("juceAppLock_Tonewell Groove Smith");
-    if (! lock.enter (0))
-        return false;
-    lock.exit();
-    return true;
-}
-
-bool waitFor (std::function<bool()> condition, int milliseconds)
-{
-    const auto end = juce::Time::getMillisecondCounter() + (juce::uint32) milliseconds;
-    while (juce::Time::getMillisecondCounter() < end)
-    {
-        if (condition())
-            return true;
-        juce::Thread::sleep (50);
-    }
-    return condition();
-}
 } // namespace
 
 TEST (Application, aSecondStartShowsNothingAndEnds)
@@ -163,26 +129,8 @@ TEST (Application, aSecondStartShowsNothingAndEnds)
     ASSERT_TRUE (waitFor (noInstanceRunning, 120000)) << "Groove Smith is already running on this machine";
 
     // A display of this test's own, so that other tests' windows do not count.
-    juce::ChildProcess display;
-    const EndsWithTheTest displayEnds{ display };
-    ASSERT_TRUE (
-        display.start (juce::StringArray{ "Xvfb", "-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten", "tcp" },
-                       juce::ChildProcess::wantStdOut));
-    juce::String number;
-    for (int i = 0; i < 200 && ! number.endsWithChar ('\n'); ++i)
-    {
-        char c = 0;
-        if (display.readProcessOutput (&c, 1) == 1)
-            number += juce::String::charToString (c);
-    }
-    ASSERT_TRUE (number.trim().containsOnly ("0123456789") && number.trim().isNotEmpty());
-    const auto previousDisplay = juce::SystemStats::getEnvironmentVariable ("DISPLAY", {});
-    setenv ("DISPLAY", (":" + number.trim()).toRawUTF8(), 1);
-    const struct DisplayComesBack
-    {
-        juce::String previous;
-        ~DisplayComesBack() { setenv ("DISPLAY", previous.toRawUTF8(), 1); }
-    } displayComesBack{ previousDisplay };
+    const OwnDisplay display;
+    ASSERT_TRUE (display.isReady());
 
     ASSERT_EQ (countProgramWindows(), 0);
     const int emptyDisplay = countVisibleWindows();

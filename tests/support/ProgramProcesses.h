@@ -1,0 +1,109 @@
+#pragma once
+
+#include <juce_gui_basics/juce_gui_basics.h>
+
+#include <cstdlib>
+#include <functional>
+
+/** Tools for tests that start the program as a process of its own. */
+
+/** Ends a process of the test's when the test ends, however it ends. */
+struct EndsWithTheTest
+{
+    juce::ChildProcess& process;
+    ~EndsWithTheTest()
+    {
+        if (process.isRunning())
+        {
+            process.kill();
+            process.waitForProcessToFinish (5000);
+        }
+    }
+};
+
+/** True when no instance of the program holds its single-instance lock. */
+inline bool noInstanceRunning()
+{
+    juce::InterProcessLock lock ("juceAppLock_Tonewell Groove Smith");
+    if (! lock.enter (0))
+        return false;
+    lock.exit();
+    return true;
+}
+
+/** Asks `condition` every 50 ms until it holds or the time is up; the last answer. */
+inline bool waitFor (std::function<bool()> condition, int milliseconds)
+{
+    const auto end = juce::Time::getMillisecondCounter() + (juce::uint32) milliseconds;
+    while (juce::Time::getMillisecondCounter() < end)
+    {
+        if (condition())
+            return true;
+        juce::Thread::sleep (50);
+    }
+    return condition();
+}
+
+/** The output of a command, or an empty string when it cannot start or does not end in time. */
+inline juce::String outputOf (const juce::StringArray& command, int milliseconds = 20000)
+{
+    juce::ChildProcess process;
+    if (! process.start (command))
+        return {};
+    const auto output = process.readAllProcessOutput();
+    return process.waitForProcessToFinish (milliseconds) ? output : juce::String();
+}
+
+/**
+    A virtual display of the test's own (Xvfb), so that the windows the test looks for are the only
+    ones there. While it lives, DISPLAY names it for the processes the test starts; the framework of
+    the test process itself stays on the display it began with (or opens now).
+*/
+class OwnDisplay
+{
+public:
+    explicit OwnDisplay (const juce::String& screen = "800x600x24")
+        : previous (juce::SystemStats::getEnvironmentVariable ("DISPLAY", {}))
+    {
+        // The framework opens its display when first asked: it must be the test's own one, which
+        // outlives this one.
+        juce::Desktop::getInstance().getDisplays();
+
+        if (! server.start (juce::StringArray{ "Xvfb", "-displayfd", "1", "-screen", "0", screen, "-nolisten", "tcp" },
+                            juce::ChildProcess::wantStdOut))
+            return;
+
+        juce::String digits;
+        for (int i = 0; i < 200 && ! digits.endsWithChar ('\n'); ++i)
+        {
+            char c = 0;
+            if (server.readProcessOutput (&c, 1) == 1)
+                digits += juce::String::charToString (c);
+        }
+
+        digits = digits.trim();
+        if (digits.isNotEmpty() && digits.containsOnly ("0123456789"))
+        {
+            number = digits;
+            setenv ("DISPLAY", (":" + number).toRawUTF8(), 1);
+        }
+    }
+
+    ~OwnDisplay()
+    {
+        setenv ("DISPLAY", previous.toRawUTF8(), 1);
+        if (server.isRunning())
+        {
+            server.kill();
+            server.waitForProcessToFinish (5000);
+        }
+    }
+
+    /** True when the display runs and DISPLAY names it. */
+    bool isReady() const { return number.isNotEmpty(); }
+
+private:
+    juce::String previous;
+    juce::String number;
+    juce::ChildProcess server;
+};
