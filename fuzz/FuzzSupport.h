@@ -53,6 +53,9 @@ inline void start()
     // run after JUCE's own statics are gone.
     static const bool started = []
     {
+        // As an application, JUCE readies Xlib for threads and installs its X error handlers;
+        // without them the first progress window under a virtual display ends the process.
+        juce::JUCEApplicationBase::createInstance = []() -> juce::JUCEApplicationBase* { return nullptr; };
         juce::initialiseJuce_GUI();
         return true;
     }();
