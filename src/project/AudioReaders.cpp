@@ -3,6 +3,7 @@
 #include <FLAC/stream_decoder.h>
 
 #include <cmath>
+#include <cstring>
 
 namespace
 {
@@ -89,11 +90,30 @@ void cutFlacToContent (juce::AudioFormatReader& reader, const juce::File& file)
         reader.lengthInSamples = 0;
 }
 
+/** An RF64 file's ds64 chunk states the data's size in 64 bits; JUCE's reader adds it to a
+    position, which a size near the largest 64-bit number takes past that number. No disk holds
+    2^62 bytes: such a claim is refused before the reader sees it. */
+bool claimsAnImpossibleSize (juce::InputStream& stream)
+{
+    juce::uint8 header[36] = {};
+    const auto got = stream.read (header, sizeof (header));
+    stream.setPosition (0);
+
+    if (got < (int) sizeof (header) || std::memcmp (header, "RF64", 4) != 0 ||
+        std::memcmp (header + 12, "ds64", 4) != 0)
+        return false;
+
+    const auto riffSize = juce::ByteOrder::littleEndianInt64 (header + 20);
+    const auto dataSize = juce::ByteOrder::littleEndianInt64 (header + 28);
+    const auto largest = (juce::uint64) 1 << 62;
+    return riffSize >= largest || dataSize >= largest;
+}
+
 std::unique_ptr<juce::AudioFormatReader> checkedReader (const juce::File& file, juce::AudioFormat& format)
 {
     auto stream = file.createInputStream();
 
-    if (stream == nullptr)
+    if (stream == nullptr || claimsAnImpossibleSize (*stream))
         return {};
 
     auto watched = std::make_unique<WatchedInput> (std::move (stream));
@@ -147,6 +167,7 @@ struct FlacCount
     juce::InputStream& input;
     juce::int64 frames = 0;
     bool failed = false;
+    unsigned channels = 0, bits = 0;
 };
 
 FLAC__StreamDecoderReadStatus readFlac (const FLAC__StreamDecoder*, FLAC__byte buffer[], size_t* bytes, void* data)
@@ -164,10 +185,31 @@ FLAC__StreamDecoderReadStatus readFlac (const FLAC__StreamDecoder*, FLAC__byte b
     return FLAC__STREAM_DECODER_READ_STATUS_CONTINUE;
 }
 
+/** The stream's description: the reader takes its channels and depth from there. */
+void flacInfo (const FLAC__StreamDecoder*, const FLAC__StreamMetadata* metadata, void* data)
+{
+    if (metadata->type != FLAC__METADATA_TYPE_STREAMINFO)
+        return;
+
+    auto& count = *static_cast<FlacCount*> (data);
+    count.channels = metadata->data.stream_info.channels;
+    count.bits = metadata->data.stream_info.bits_per_sample;
+}
+
 FLAC__StreamDecoderWriteStatus countFlac (const FLAC__StreamDecoder*, const FLAC__Frame* frame,
                                           const FLAC__int32* const[], void* data)
 {
-    static_cast<FlacCount*> (data)->frames += frame->header.blocksize;
+    auto& count = *static_cast<FlacCount*> (data);
+
+    // The reader copies as many channels as the description names from every frame: a frame
+    // of fewer would have it read channels that are not there. The audio ends before it.
+    if (frame->header.channels != count.channels || frame->header.bits_per_sample != count.bits)
+    {
+        count.failed = true;
+        return FLAC__STREAM_DECODER_WRITE_STATUS_ABORT;
+    }
+
+    count.frames += frame->header.blocksize;
     return FLAC__STREAM_DECODER_WRITE_STATUS_CONTINUE;
 }
 
@@ -184,10 +226,10 @@ juce::int64 countFlacFrames (juce::InputStream& stream, juce::int64 limit)
     if (decoder == nullptr)
         return 0;
 
-    if (FLAC__stream_decoder_init_stream (decoder, readFlac, nullptr, nullptr, nullptr, nullptr, countFlac, nullptr,
+    if (FLAC__stream_decoder_init_stream (decoder, readFlac, nullptr, nullptr, nullptr, nullptr, countFlac, flacInfo,
                                           flacError, &count) == FLAC__STREAM_DECODER_INIT_STATUS_OK)
     {
-        while (count.frames < limit)
+        while (count.frames < limit && ! count.failed)
         {
             if (! FLAC__stream_decoder_process_single (decoder))
                 break;

@@ -23,6 +23,7 @@ std::unique_ptr<juce::AudioFormatReader> open (const juce::File& file, juce::Aud
 /** A reader of `file` by the first of `formats` that takes its extension and reads it, or null. */
 std::unique_ptr<juce::AudioFormatReader> open (const juce::File& file, juce::AudioFormatManager& formats);
 
-/** The frames of FLAC audio that `stream` really holds, decoding at most up to `limit`. */
+/** The frames of FLAC audio that `stream` really holds, decoding at most up to `limit`, and
+    none from the first frame whose channels or depth differ from the stream's description. */
 juce::int64 countFlacFrames (juce::InputStream& stream, juce::int64 limit);
 } // namespace AudioReaders
