@@ -93,20 +93,59 @@ void cutFlacToContent (juce::AudioFormatReader& reader, const juce::File& file)
 /** An RF64 file's ds64 chunk states the data's size in 64 bits; JUCE's reader adds it to a
     position, which a size near the largest 64-bit number takes past that number. No disk holds
     2^62 bytes: such a claim is refused before the reader sees it. */
-bool claimsAnImpossibleSize (juce::InputStream& stream)
+bool rf64ClaimsAnImpossibleSize (const juce::uint8 (&header)[36])
 {
-    juce::uint8 header[36] = {};
-    const auto got = stream.read (header, sizeof (header));
-    stream.setPosition (0);
-
-    if (got < (int) sizeof (header) || std::memcmp (header, "RF64", 4) != 0 ||
-        std::memcmp (header + 12, "ds64", 4) != 0)
+    if (std::memcmp (header, "RF64", 4) != 0 || std::memcmp (header + 12, "ds64", 4) != 0)
         return false;
 
     const auto riffSize = juce::ByteOrder::littleEndianInt64 (header + 20);
     const auto dataSize = juce::ByteOrder::littleEndianInt64 (header + 28);
     const auto largest = (juce::uint64) 1 << 62;
     return riffSize >= largest || dataSize >= largest;
+}
+
+/** JUCE's WAV reader takes each metadata chunk (bext, LIST, smpl...) whole into memory at the
+    size its header gives: a chunk other than the audio that claims more than the rest of the
+    file is a lie of up to four gigabytes, and the file is refused. The audio chunk itself may
+    run past the end (a recording cut short): it is cut to what is there. */
+bool riffChunkClaimsMoreThanTheFile (juce::InputStream& stream, const juce::uint8 (&header)[36])
+{
+    // The reader looks no further than the RIFF chunk's own end: what follows is left alone.
+    const auto total = stream.getTotalLength();
+    const auto riffEnd =
+        std::memcmp (header, "RF64", 4) == 0
+            ? 8 + (juce::int64) juce::jmin (juce::ByteOrder::littleEndianInt64 (header + 20), (juce::uint64) 1 << 62)
+            : 8 + (juce::int64) juce::ByteOrder::littleEndianInt (header + 4);
+    const auto end = juce::jmin (total, riffEnd);
+    juce::int64 position = 12;
+
+    for (int chunk = 0; chunk < 100000 && position + 8 <= end; ++chunk)
+    {
+        juce::uint8 header[8] = {};
+        if (! stream.setPosition (position) || stream.read (header, 8) != 8)
+            break;
+
+        const auto size = (juce::int64) juce::ByteOrder::littleEndianInt (header + 4);
+        if (std::memcmp (header, "data", 4) != 0 && size > total - position - 8)
+            return true;
+
+        position += 8 + size + (size & 1);
+    }
+
+    return false;
+}
+
+bool claimsAnImpossibleSize (juce::InputStream& stream)
+{
+    juce::uint8 header[36] = {};
+    const auto got = stream.read (header, sizeof (header));
+    bool impossible = false;
+
+    if (got == (int) sizeof (header) && std::memcmp (header + 8, "WAVE", 4) == 0)
+        impossible = rf64ClaimsAnImpossibleSize (header) || riffChunkClaimsMoreThanTheFile (stream, header);
+
+    stream.setPosition (0);
+    return impossible;
 }
 
 std::unique_ptr<juce::AudioFormatReader> checkedReader (const juce::File& file, juce::AudioFormat& format)

@@ -170,5 +170,7 @@ TEST (MalformedFiles, ResamplingWritesTheSourceSlowedAndOneBlockAtMost)
         EXPECT_EQ (MalformedCorpus::fingerprint (entry.file), before) << nameOf (entry);
     }
 
-    EXPECT_GT (succeeded, 300);
+    // Most of the corpus is audio with one lie in it; files whose metadata claims more than the
+    // file holds are refused whole.
+    EXPECT_GT (succeeded, 280);
 }

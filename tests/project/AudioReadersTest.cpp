@@ -79,6 +79,54 @@ TEST (AudioReaders, anRf64FileClaimingNearlyTwoToTheSixtyThreeBytesIsRefused)
     EXPECT_EQ (reader->lengthInSamples, 1000);
 }
 
+TEST (AudioReaders, aWavFileWhoseMetadataChunkClaimsMoreThanTheFileIsRefused)
+{
+    const auto folder = freshFolder ("bext");
+    const auto file = folder.getChildFile ("with bext.wav");
+    juce::WavAudioFormat wav;
+
+    // 16-bit mono: the format, a broadcast chunk of 602 bytes that claims `claim`, 1000 frames.
+    const auto write = [&] (juce::uint32 claim, size_t cutAtEnd)
+    {
+        juce::MemoryOutputStream bytes;
+        bytes.write ("RIFF", 4);
+        bytes.writeInt (4 + 24 + 8 + 602 + 8 + 2000);
+        bytes.write ("WAVEfmt ", 8);
+        bytes.writeInt (16);
+        bytes.writeShort (1);
+        bytes.writeShort (1);
+        bytes.writeInt (44100);
+        bytes.writeInt (88200);
+        bytes.writeShort (2);
+        bytes.writeShort (16);
+        bytes.write ("bext", 4);
+        bytes.writeInt ((int) claim);
+        bytes.writeRepeatedByte (1, 602);
+        bytes.write ("data", 4);
+        bytes.writeInt (2000);
+        for (int i = 0; i < 1000; ++i)
+            bytes.writeShort ((short) i);
+        file.replaceWithData (bytes.getData(), bytes.getDataSize() - cutAtEnd);
+    };
+
+    write (602, 0);
+    auto reader = AudioReaders::open (file, wav);
+    ASSERT_NE (reader, nullptr);
+    EXPECT_EQ (reader->lengthInSamples, 1000);
+
+    for (const juce::uint32 claim : { 0xfffffff0u, 0x80000000u, 10000u })
+    {
+        write (claim, 0);
+        EXPECT_EQ (AudioReaders::open (file, wav), nullptr) << claim;
+    }
+
+    // Cut inside its audio, the file is read up to the cut.
+    write (602, 400);
+    reader = AudioReaders::open (file, wav);
+    ASSERT_NE (reader, nullptr);
+    EXPECT_EQ (reader->lengthInSamples, 800);
+}
+
 TEST (AudioReaders, aFlacFileWhoseFramesHoldFewerChannelsThanItsDescriptionGivesNoAudio)
 {
     const auto folder = freshFolder ("flac channels");
