@@ -9,6 +9,19 @@ using namespace audiofiles;
 
 namespace
 {
+/** The format chunk of 16-bit mono at 44100 Hz. */
+void writeFormatChunk (juce::MemoryOutputStream& bytes)
+{
+    bytes.write ("fmt ", 4);
+    bytes.writeInt (16);
+    bytes.writeShort (1);
+    bytes.writeShort (1);
+    bytes.writeInt (44100);
+    bytes.writeInt (88200);
+    bytes.writeShort (2);
+    bytes.writeShort (16);
+}
+
 /** An RF64 file of `frames` frames of 16-bit mono, whose ds64 chunk claims `claimedDataSize`. */
 juce::File rf64 (const juce::File& file, int frames, juce::int64 claimedDataSize)
 {
@@ -21,14 +34,7 @@ juce::File rf64 (const juce::File& file, int frames, juce::int64 claimedDataSize
     bytes.writeInt64 (claimedDataSize);
     bytes.writeInt64 (frames);
     bytes.writeInt (0);
-    bytes.write ("fmt ", 4);
-    bytes.writeInt (16);
-    bytes.writeShort (1);
-    bytes.writeShort (1);
-    bytes.writeInt (44100);
-    bytes.writeInt (88200);
-    bytes.writeShort (2);
-    bytes.writeShort (16);
+    writeFormatChunk (bytes);
     bytes.write ("data", 4);
     bytes.writeInt (-1);
     for (int i = 0; i < frames; ++i)
@@ -91,14 +97,8 @@ TEST (AudioReaders, aWavFileWhoseMetadataChunkClaimsMoreThanTheFileIsRefused)
         juce::MemoryOutputStream bytes;
         bytes.write ("RIFF", 4);
         bytes.writeInt (4 + 24 + 8 + 602 + 8 + 2000);
-        bytes.write ("WAVEfmt ", 8);
-        bytes.writeInt (16);
-        bytes.writeShort (1);
-        bytes.writeShort (1);
-        bytes.writeInt (44100);
-        bytes.writeInt (88200);
-        bytes.writeShort (2);
-        bytes.writeShort (16);
+        bytes.write ("WAVE", 4);
+        writeFormatChunk (bytes);
         bytes.write ("bext", 4);
         bytes.writeInt ((int) claim);
         bytes.writeRepeatedByte (1, 602);
