@@ -4,9 +4,14 @@
 
 namespace
 {
-/** The index of the quote that closes a quoted text starting at `start`; a backslash escapes it. */
+/** The index of the quote that closes a quoted text starting at `start`; a backslash escapes it.
+    The line's length when there is none: a line cut short is searched no further than its end. */
 int findCloseQuote (const juce::String& text, int start)
 {
+    const auto length = text.length();
+    if (start >= length)
+        return length;
+
     juce::juce_wchar last = 0;
     auto t = text.getCharPointer() + start;
 

@@ -169,6 +169,30 @@ TEST (MalformedFiles, EveryLanguageFileLoadsOrTranslatesNothing)
     EXPECT_EQ (big.translate ("Cancel"), "Cancel");
 }
 
+TEST (MalformedFiles, ALanguageLineWithoutItsClosingQuotesIsReadToItsEndAndNoFurther)
+{
+    // Each line once sent the search for the next quote past the end of the line's text.
+    const LanguageStrings strings (juce::String ("\"Cancel\" = \"Annuler\n"
+                                                 "\"Splitting...\n"
+                                                 "\"Merging...\" = \"\n"
+                                                 "\"Ok\"\n"
+                                                 "\"Yes\" = \"Oui\"\n"),
+                                   false);
+
+    EXPECT_EQ (strings.translate ("Cancel"), "Annuler");
+    EXPECT_EQ (strings.translate ("Splitting..."), "Splitting...");
+    EXPECT_EQ (strings.translate ("Merging..."), "Merging...");
+    EXPECT_EQ (strings.translate ("Ok"), "Ok");
+    EXPECT_EQ (strings.translate ("Yes"), "Oui");
+
+    // A file of nine bytes in UTF-16 whose last character is cut.
+    const auto file = freshFolder ("cut language").getChildFile ("lang-fr.txt");
+    const juce::uint8 bytes[] = { 0xff, 0xfe, '"', 0, 'C', 0, 0xd8, 0xd8, 0xd8 };
+    file.replaceWithData (bytes, sizeof (bytes));
+    const LanguageStrings cut (file, false);
+    EXPECT_EQ (cut.translate ("C"), "C");
+}
+
 TEST (MalformedFiles, EverySavedTrackListLoadsWhatExistsAndReportsTheRest)
 {
     const auto entries = MalformedCorpus::only (MalformedCorpus::make ({ "text" }), { "gsp" });
