@@ -1,5 +1,7 @@
 #include "capture/AudioReader.h"
 
+#include "project/AudioReaders.h"
+
 #include "capture/Audio.h"
 #include "project/Project.h"
 
@@ -95,7 +97,7 @@ void AudioReader::play (juce::File file, double positionInSamples)
     }
 
     // The transport lets go of any earlier file first: an unreadable file leaves it with none.
-    reader = formatManager->createReaderFor (file);
+    reader = AudioReaders::open (file, *formatManager).release();
     transport->setSource (nullptr);
     source.reset();
     if (reader != nullptr)
