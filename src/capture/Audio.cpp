@@ -1,5 +1,6 @@
 #include "capture/Audio.h"
 
+#include "capture/TrackFileSync.h"
 #include "capture/TrackWriter.h"
 #include "project/Project.h"
 
@@ -13,7 +14,25 @@ std::unique_ptr<Audio>& instance()
 
 constexpr int pollMilliseconds = 100;
 constexpr int settleMilliseconds = 500;
+
+// How often the file being written is forced onto the disk, in polls of the thread.
+constexpr int pollsBetweenSyncs = 5;
 } // namespace
+
+/** Closes the device on the message thread when a driver error was found on another one. */
+struct Audio::DeviceCloser : public juce::AsyncUpdater
+{
+    explicit DeviceCloser (Audio& ownerToUse)
+        : owner (ownerToUse)
+    {
+    }
+
+    ~DeviceCloser() override { cancelPendingUpdate(); }
+
+    void handleAsyncUpdate() override { owner.closeDeviceAfterError(); }
+
+    Audio& owner;
+};
 
 Audio* Audio::getInstance (Project* project, juce::ActionListener* listener)
 {
@@ -40,12 +59,19 @@ void Audio::deleteInstance()
 Audio::Audio (Project* projectToUse)
     : juce::Thread ("Audio"),
       project (projectToUse),
-      status (std::make_unique<CaptureStatus>())
+      status (std::make_unique<CaptureStatus>()),
+      deviceCloser (std::make_unique<DeviceCloser> (*this))
 {
 }
 
 Audio::~Audio()
 {
+    // The program is ending: a box the callback waits for will get no answer, and the run has to
+    // be stopped below. The callback is let go and asks no more.
+    if (callback != nullptr)
+        callback->getEndOfStreamWithdrawal().withdraw();
+
+    deviceCloser.reset();
     signalThreadShouldExit();
     wakeUp.signal();
     stopThread (2 * settleMilliseconds);
@@ -54,17 +80,65 @@ Audio::~Audio()
     stop();
 
     if (callback != nullptr && project != nullptr)
+    {
+        callback->getEndOfStreamWithdrawal().withdraw();
         project->removeAudioCallback (callback.get());
+    }
+}
+
+void Audio::withAudioThreadReleased (const std::function<void()>& action)
+{
+    if (callback == nullptr)
+    {
+        action();
+        return;
+    }
+
+    auto& withdrawal = callback->getEndOfStreamWithdrawal();
+    withdrawal.withdraw();
+    action();
+    withdrawal.allow();
+}
+
+bool Audio::reopenDeviceAfterError()
+{
+    if (deviceClosedAfterError && project->getCurrentAudioDevice() == nullptr)
+    {
+        deviceClosedAfterError = false;
+        project->restartLastAudioDevice();
+    }
+
+    return project->getCurrentAudioDevice() != nullptr;
+}
+
+void Audio::closeDeviceAfterError()
+{
+    // A device whose stream has failed may go on calling back in a tight loop, or its driver
+    // may spin; closed, it costs nothing until the next start opens it again.
+    if (started || callback == nullptr || ! callback->hasWatchdogTripped())
+        return;
+
+    project->closeAudioDevice();
+    deviceClosedAfterError = true;
 }
 
 bool Audio::start (bool shouldWriteToDisk)
 {
+    reopenDeviceAfterError();
+
     auto* device = project->getCurrentAudioDevice();
     if (device == nullptr)
         return false;
 
     const int rate = static_cast<int> (device->getCurrentSampleRate());
     const int bufferSize = juce::jmax (1, device->getCurrentBufferSizeSamples());
+
+    // The callback may be waiting for the "End Capture" box of a run that has reached its end:
+    // the box is taken back and the callback lets the block go. A capture that has asked for its
+    // end is then ended here, its last file listed, before the new run begins: the new start wins.
+    withAudioThreadReleased ([this] { const juce::ScopedLock sl (project->getAudioCallbackLock()); });
+    if (started && writeToDisk && status->phase == CaptureStatus::stopRequested)
+        stop();
 
     // A start during a run (Test clicked while Calibrate runs) carries the run on: nothing is
     // stopped and no "END" goes out, and the thread that watches the run keeps watching it. A
@@ -116,7 +190,7 @@ bool Audio::start (bool shouldWriteToDisk)
         callback = std::make_unique<AudioCallback> (status.get(), rate);
 
     // The device that Project opened keeps running; the callback joins it.
-    project->addAudioCallback (callback.get());
+    withAudioThreadReleased ([this] { project->addAudioCallback (callback.get()); });
     if (project->getCurrentAudioDevice() != nullptr && ! isThreadRunning())
         startThread();
 
@@ -140,8 +214,10 @@ void Audio::stop()
     // the device could start it again (which would also drop the user's own connections of a
     // JACK device). Leaving takes the manager's callback lock, so once it returns no block is in
     // flight and the writer is ours, as it would be after a stop of the device.
+    // A callback that waits for the "End Capture" box holds that lock: the box is taken back
+    // first, so that the user's stop wins.
     if (callback != nullptr)
-        project->removeAudioCallback (callback.get());
+        withAudioThreadReleased ([this] { project->removeAudioCallback (callback.get()); });
 
     auto* writer = TrackWriter::getInstance ({}, 0, 0);
     if (writeToDisk && writer != nullptr && writer->getFileName().isNotEmpty())
@@ -149,16 +225,40 @@ void Audio::stop()
         project->lastWrittenTrack = writer->getTrackNumber();
         project->addTrack (writer->getFileName(), formatWav);
         writer->close();
+
+        // The last file, finished, goes onto the disk.
+        TrackFileSync::syncOnce (writer->getFileName());
     }
 
     sendActionMessage (eventEnd);
     started = false;
+
+    if (callback != nullptr && callback->hasWatchdogTripped())
+    {
+        if (juce::MessageManager::getInstance()->isThisTheMessageThread())
+            closeDeviceAfterError();
+        else if (deviceCloser != nullptr)
+            deviceCloser->triggerAsyncUpdate();
+    }
 }
 
 void Audio::run()
 {
+    // While a capture writes, its file is forced onto the disk now and then, here rather than on
+    // the audio thread, so that a loss of power keeps about what a kill would keep.
+    TrackFileSync fileSync;
+    int polls = 0;
+
     while (status->phase == CaptureStatus::running && ! threadShouldExit())
+    {
         wakeUp.wait (pollMilliseconds);
+        if (writeToDisk && ++polls % pollsBetweenSyncs == 0)
+            fileSync.sync (TrackWriter::fileBeingWritten());
+    }
+
+    if (writeToDisk)
+        fileSync.sync (TrackWriter::fileBeingWritten());
+    fileSync.release();
 
     if (threadShouldExit())
         return;

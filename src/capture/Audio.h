@@ -5,6 +5,7 @@
 
 #include <juce_events/juce_events.h>
 
+#include <functional>
 #include <memory>
 
 class Project;
@@ -37,8 +38,19 @@ public:
         test or a calibration. False, with no event, when there is no device. */
     bool start (bool writeToDisk);
 
-    /** Ends the run in progress; nothing when there is none or it has already ended. */
+    /** Ends the run in progress; nothing when there is none or it has already ended. After a
+        driver error it also closes the device, which the next start opens again. */
     void stop();
+
+    /** Runs `action`, which waits for the audio thread (it joins or leaves the device, or stops
+        it), with that thread released: an "End Capture" box it waits for is taken back, and it
+        asks none until `action` has returned. Without this, the audio thread would hold the
+        device's callback lock while it waits for the message thread, and the message thread
+        would wait for that lock. Message thread. */
+    void withAudioThreadReleased (const std::function<void()>& action);
+
+    /** Opens the device again if a driver error closed it; true when there is a device. */
+    bool reopenDeviceAfterError();
 
     void run() override;
 
@@ -66,6 +78,12 @@ private:
     bool started = false;
     juce::CriticalSection stopLock; // the page and the thread may both end a run
     juce::WaitableEvent wakeUp;     // cuts the thread's waits short when it has to go
+
+    /** Closes the device that a driver error left, on the message thread. */
+    void closeDeviceAfterError();
+    struct DeviceCloser;
+    std::unique_ptr<DeviceCloser> deviceCloser;
+    bool deviceClosedAfterError = false;
 
     JUCE_DECLARE_NON_COPYABLE (Audio)
 };

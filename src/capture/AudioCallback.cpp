@@ -1,6 +1,7 @@
 #include "capture/AudioCallback.h"
 
 #include "capture/Audio.h"
+#include "capture/DropoutLog.h"
 #include "capture/TrackWriter.h"
 #include "project/Dialogs.h"
 #include "project/Project.h"
@@ -19,6 +20,9 @@ constexpr int watchdogLimit = 10;
 constexpr double rumbleFrequency = 50.0;
 constexpr int calibrationSeconds = 5;
 constexpr int calibrationMargin = 5;
+
+// A block that arrives this many block lengths after the one before: blocks were lost between.
+constexpr double gapInBlocks = 2.5;
 } // namespace
 
 AudioCallback::AudioCallback (CaptureStatus* statusToUse, int deviceSampleRate)
@@ -44,11 +48,22 @@ void AudioCallback::resetSameMillisecondCount()
     sameMillisecondCount = 0;
 }
 
-void AudioCallback::audioDeviceAboutToStart (juce::AudioIODevice* device)
+void AudioCallback::audioDeviceAboutToStart (juce::AudioIODevice* newDevice)
 {
     // The copy of each block is made ready here, so that blocks of the device's size need no
     // allocation on the audio thread.
-    privateBlock.setSize (2, device != nullptr ? juce::jmax (1, device->getCurrentBufferSizeSamples()) : 4096);
+    privateBlock.setSize (2, newDevice != nullptr ? juce::jmax (1, newDevice->getCurrentBufferSizeSamples()) : 4096);
+
+    // Dropouts are counted from here on: xruns the device had before are not this run's.
+    device = newDevice;
+    lastXRunCount = device != nullptr ? device->getXRunCount() : 0;
+    lastHostTime = 0;
+    lastBlockSamples = 0;
+    runDropouts = 0;
+    runSamples = 0;
+    lastDropoutSample = -1;
+    dropoutsToFile = 0;
+    watchdogTripped = false;
 
     // Every run starts from zeroed filters, built for the rate this callback was made with.
     const auto highPass = juce::IIRCoefficients::makeHighPass (sampleRate, rumbleFrequency);
@@ -82,9 +97,49 @@ void AudioCallback::audioDeviceStopped()
 
 void AudioCallback::audioDeviceIOCallbackWithContext (const float* const* inputs, int numInputs, float* const* outputs,
                                                       int numOutputs, int numSamples,
-                                                      const juce::AudioIODeviceCallbackContext&)
+                                                      const juce::AudioIODeviceCallbackContext& context)
 {
+    blockHostTime = context.hostTimeNs;
     audioDeviceIOCallback (inputs, numInputs, outputs, numOutputs, numSamples);
+    blockHostTime = nullptr;
+}
+
+int AudioCallback::countDropouts (int numSamples)
+{
+    int found = 0;
+
+    if (device != nullptr)
+    {
+        const int xruns = device->getXRunCount();
+        if (xruns > lastXRunCount)
+            found += xruns - lastXRunCount;
+        lastXRunCount = xruns;
+    }
+
+    // Where the device tells the time of each block, a block that comes much later than the
+    // length of the one before says that the stream skipped.
+    if (blockHostTime != nullptr)
+    {
+        const auto now = *blockHostTime;
+        if (lastHostTime != 0 && lastBlockSamples > 0 && sampleRate > 0 && now > lastHostTime)
+        {
+            const double expected = 1.0e9 * lastBlockSamples / sampleRate;
+            if ((double) (now - lastHostTime) > gapInBlocks * expected)
+                ++found;
+        }
+        lastHostTime = now;
+        lastBlockSamples = numSamples;
+    }
+
+    runSamples.store (runSamples.load (std::memory_order_relaxed) + numSamples, std::memory_order_relaxed);
+
+    if (found > 0)
+    {
+        runDropouts += found;
+        lastDropoutSample = runSamples.load (std::memory_order_relaxed);
+    }
+
+    return found;
 }
 
 void AudioCallback::broadcast (const juce::String& event) const
@@ -116,11 +171,15 @@ void AudioCallback::audioDeviceIOCallback (const float* const* inputs, int numIn
         // The next start of the program falls back to the default device.
         project->resetDeviceSettings();
         stopped = true;
+        watchdogTripped = true;
         if (status->writeToDisk)
             status->phase = CaptureStatus::stopRequested;
         broadcast (Audio::eventError);
         return;
     }
+
+    // Lost input is counted before anything else, so that a block skipped below still counts.
+    dropoutsToFile += countDropouts (numSamples);
 
     // The first input present is the left channel, the next one the right; a mono device
     // gives the same buffer for both.
@@ -217,11 +276,22 @@ void AudioCallback::audioDeviceIOCallback (const float* const* inputs, int numIn
     }
 
     if (! status->writeToDisk)
+    {
+        dropoutsToFile = 0;
         return;
+    }
 
     auto* writer = TrackWriter::getInstance (project->captureFolder, -1, sampleRate);
     if (writer == nullptr)
         return;
+
+    // Input lost in a track is put down to that track's file, for the rest of the session.
+    if (dropoutsToFile > 0)
+    {
+        if (status->inTrack && writer->isFileOpen())
+            DropoutLog::add (writer->getFileName(), dropoutsToFile);
+        dropoutsToFile = 0;
+    }
 
     // The silence rule. A block at the threshold is sound.
     if (static_cast<float> (project->threshold) > levelIndex)
@@ -298,11 +368,14 @@ void AudioCallback::endOfStream()
     stopped = true;
     status->silentBlocks = 0;
 
-    // Shown from the audio thread, which waits here until the user has answered.
+    // Shown from the audio thread, which waits here until the user has answered, or until the
+    // message thread takes the box back because it has to wait for this thread.
     const auto text =
         status->soundSamples > 0 ? NEEDS_TRANS ("No more stream detected") : NEEDS_TRANS ("No stream detected");
+    waitingForAnswer = true;
     showMessage (juce::MessageBoxIconType::WarningIcon, project->translate ("End Capture"), project->translate (text),
-                 "ok");
+                 "ok", &endOfStreamWithdrawal);
+    waitingForAnswer = false;
 
     if (status->writeToDisk)
         status->phase = CaptureStatus::stopRequested;

@@ -2,9 +2,12 @@
 
 #include "capture/CaptureStatus.h"
 #include "capture/RiaaFilter.h"
+#include "project/Dialogs.h"
 
 #include <juce_audio_devices/juce_audio_devices.h>
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 
 /**
@@ -39,6 +42,23 @@ public:
     /** Tracks begun by the silence rule since the callback was made. */
     int getTracksBegun() const { return tracksBegun; }
 
+    /** Lets the message thread take back the "End Capture" box that the callback waits for. */
+    AlertWithdrawal& getEndOfStreamWithdrawal() { return endOfStreamWithdrawal; }
+
+    /** True while the callback waits for the answer to "End Capture". */
+    bool isWaitingForAnswer() const { return waitingForAnswer.load(); }
+
+    /** True once the stream watchdog has tripped, until the next run. */
+    bool hasWatchdogTripped() const { return watchdogTripped.load(); }
+
+    /** Dropouts of this run: the device's xruns, and gaps in the stream where the device tells
+        the time of its blocks. Read from any thread. */
+    int getRunDropouts() const { return runDropouts.load(); }
+
+    /** Samples delivered in this run, and how many had been when the last dropout was found. */
+    juce::int64 getRunSamples() const { return runSamples.load(); }
+    juce::int64 getLastDropoutSample() const { return lastDropoutSample.load(); }
+
     /** The clock of the stream watchdog, in milliseconds; tests and benchmarks replace it. */
     using Clock = juce::int64 (*)();
     static void setClock (Clock newClock);
@@ -54,6 +74,9 @@ private:
     void broadcast (const juce::String& event) const;
     void endOfStream();
 
+    /** Dropouts found at the head of this block: new xruns of the device, or a gap before it. */
+    int countDropouts (int numSamples);
+
     CaptureStatus* status = nullptr;
     int sampleRate = 0;
     juce::AudioBuffer<float> privateBlock; // the filtered copy of the input block
@@ -64,6 +87,20 @@ private:
     bool stopped = false;
     bool echoing = false;
     juce::int64 lastCallbackTime = 0;
+
+    AlertWithdrawal endOfStreamWithdrawal;
+    std::atomic<bool> waitingForAnswer{ false };
+    std::atomic<bool> watchdogTripped{ false };
+
+    juce::AudioIODevice* device = nullptr; // the device whose blocks arrive, for its xrun count
+    int lastXRunCount = 0;
+    const uint64_t* blockHostTime = nullptr; // the time of this block, where the device tells it
+    uint64_t lastHostTime = 0;
+    int lastBlockSamples = 0;
+    std::atomic<int> runDropouts{ 0 };
+    std::atomic<juce::int64> runSamples{ 0 };
+    std::atomic<juce::int64> lastDropoutSample{ -1 };
+    int dropoutsToFile = 0; // found, and not yet put down to the track being written
 
     JUCE_DECLARE_NON_COPYABLE (AudioCallback)
 };

@@ -1,5 +1,7 @@
 #include "capture/AudioReader.h"
 
+#include "project/AudioReaders.h"
+
 #include "capture/Audio.h"
 #include "project/Project.h"
 
@@ -37,9 +39,12 @@ AudioReader::AudioReader (Project* p)
         project->removeAudioCallback (attachedReader);
     attachedReader = nullptr;
 
+    // Leaving waits for the capture's block in progress, which may be waiting for the "End
+    // Capture" box: the box is taken back first.
     if (auto* engine = Audio::getInstance())
         if (auto* captureCallback = engine->getCallback())
-            project->removeAudioCallback (captureCallback);
+            engine->withAudioThreadReleased ([this, captureCallback]
+                                             { project->removeAudioCallback (captureCallback); });
 
     ++liveReaders;
 }
@@ -92,7 +97,7 @@ void AudioReader::play (juce::File file, double positionInSamples)
     }
 
     // The transport lets go of any earlier file first: an unreadable file leaves it with none.
-    reader = formatManager->createReaderFor (file);
+    reader = AudioReaders::open (file, *formatManager).release();
     transport->setSource (nullptr);
     source.reset();
     if (reader != nullptr)
@@ -108,9 +113,22 @@ void AudioReader::play (juce::File file, double positionInSamples)
     transport->setPosition (0.0);
 
     // Join the device: the player is told the device's rate and block size afresh, even
-    // when it played before.
-    project->removeAudioCallback (this);
-    project->addAudioCallback (this);
+    // when it played before. A device that a driver error closed is opened again first.
+    const auto join = [this]
+    {
+        project->removeAudioCallback (this);
+        project->addAudioCallback (this);
+    };
+
+    if (auto* engine = Audio::getInstance())
+    {
+        engine->reopenDeviceAfterError();
+        engine->withAudioThreadReleased (join);
+    }
+    else
+    {
+        join();
+    }
     attachedReader = this;
 
     if (positionInSamples != 0.0)

@@ -30,7 +30,8 @@ Page1::Page1 (Project* projectToUse)
     : Page ("Page1", projectToUse),
       captureButton (projectToUse->translate ("Capture")),
       testButton (projectToUse->translate ("Test")),
-      calibrateButton (projectToUse->translate ("Calibrate"))
+      calibrateButton (projectToUse->translate ("Calibrate")),
+      dropoutIndicator (projectToUse)
 {
     audio = Audio::getInstance (project, this);
 
@@ -62,6 +63,7 @@ Page1::Page1 (Project* projectToUse)
              &nextTrackButton, &paramButton, &rumbleButton, &echoButton, &testButton, &calibrateButton })
         addAndMakeVisible (component);
     addChildComponent (trackCounter);
+    addChildComponent (dropoutIndicator);
 
     for (const auto& mark : scaleMarks)
     {
@@ -135,6 +137,8 @@ void Page1::resized()
 
     rumbleButton.changeWidthToFitText();
     echoButton.changeWidthToFitText();
+
+    dropoutIndicator.setBounds (DropoutIndicator::pageBounds());
 
     for (int i = 0; i < scaleLabels.size(); ++i)
     {
@@ -342,6 +346,7 @@ void Page1::actionListenerCallback (const juce::String& message)
 
         vuMeterUpdate->stopAndReset();
         trackCounter.setVisible (false);
+        dropoutIndicator.runEnded();
     }
     else if (message == Audio::eventStarted)
     {
@@ -367,6 +372,7 @@ void Page1::actionListenerCallback (const juce::String& message)
         }
 
         vuMeterUpdate->startRunning();
+        dropoutIndicator.runStarted();
     }
     else if (message == Audio::eventTrack)
     {

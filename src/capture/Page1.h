@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/Page.h"
+#include "capture/DropoutIndicator.h"
 #include "capture/MeterComponent.h"
 #include "capture/TooHighMeterComponent.h"
 #include "capture/TwoStateButton.h"
@@ -55,6 +56,9 @@ public:
 
     /** The marks beside the bars; the value marks depend on the preamp. */
     juce::OwnedArray<juce::Label> scaleLabels;
+
+    /** Shown only while the input loses blocks during a run. */
+    DropoutIndicator dropoutIndicator;
 
 private:
     void captureClicked();

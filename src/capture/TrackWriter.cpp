@@ -1,5 +1,6 @@
 #include "capture/TrackWriter.h"
 
+#include "capture/DropoutLog.h"
 #include "project/Int16Samples.h"
 
 namespace
@@ -12,7 +13,21 @@ std::unique_ptr<TrackWriter>& instance()
 
 // The track number that the last write went to, across writers.
 int lastWriteTrackNumber = 0;
+
+// The file being written, published for the thread that syncs it. The audio thread takes the
+// lock only when it makes a file.
+juce::SpinLock openFileLock;
+TrackWriter::OpenFile openFileNow;
+
+// At the latest, what waits in the buffer goes to the disk after this share of a second.
+constexpr int commitsPerSecond = 2;
 } // namespace
+
+TrackWriter::OpenFile TrackWriter::fileBeingWritten()
+{
+    const juce::SpinLock::ScopedLockType sl (openFileLock);
+    return openFileNow;
+}
 
 TrackWriter* TrackWriter::getInstance (const juce::String& folder, int trackNumber, int sampleRate)
 {
@@ -62,6 +77,18 @@ void TrackWriter::close()
     // Deleting the writer completes the WAV header and closes its stream.
     writer.reset();
     stream = nullptr;
+    bytesWaiting = 0;
+    framesWaiting = 0;
+}
+
+void TrackWriter::commit()
+{
+    // The format writer's flush writes the header for what it has written: the stream writes out
+    // its buffer when it moves back to the header, then the header, and comes back to the end.
+    // It does not force the disk (no fsync), so it costs two writes and two seeks.
+    writer->flush();
+    bytesWaiting = 0;
+    framesWaiting = 0;
 }
 
 bool TrackWriter::write (const float* const* channels, int numSamples)
@@ -87,15 +114,29 @@ bool TrackWriter::write (const float* const* channels, int numSamples)
 
     if (writer == nullptr || lastWriteTrackNumber != trackNumber)
     {
-        writer.reset();
-        stream = nullptr;
+        close();
         writer = openFile();
         lastWriteTrackNumber = trackNumber;
     }
 
     bool written = false;
     if (writer != nullptr)
+    {
+        // The stream keeps a block in its buffer while it fits, and writes the buffer out when it
+        // does not. The buffer goes out here instead, with its header, before it would overflow.
+        const int bytes = numSamples * numChannels * (int) sizeof (int16_t);
+        if (bytesWaiting > 0 && bytesWaiting + bytes >= streamBufferSize)
+            commit();
+
         written = writer->write (samples, numSamples);
+        bytesWaiting += bytes;
+        framesWaiting += numSamples;
+
+        // A block too big for the buffer went straight to the disk; and at a low rate the buffer
+        // would hold audio for longer than the program may lose.
+        if (bytesWaiting >= streamBufferSize || framesWaiting >= sampleRate / commitsPerSecond)
+            commit();
+    }
 
     samplesWritten += numSamples;
     return written;
@@ -109,8 +150,9 @@ std::unique_ptr<juce::FileOutputStream> TrackWriter::createStream (const juce::S
         fileName = path;
     }
 
-    // An earlier file of this name is replaced without asking.
+    // An earlier file of this name is replaced without asking, and its dropouts go with it.
     file->deleteFile();
+    DropoutLog::forget (path);
 
     auto newStream = std::make_unique<juce::FileOutputStream> (*file, streamBufferSize);
     if (newStream->failedToOpen())
@@ -142,5 +184,17 @@ std::unique_ptr<juce::AudioFormatWriter> TrackWriter::openFile()
 
     stream = newStream.release();
     samplesWritten = 0;
+
+    // The header goes to the disk now: a file that exists is a WAV file from its first moment.
+    newWriter->flush();
+    bytesWaiting = 0;
+    framesWaiting = 0;
+
+    {
+        const juce::SpinLock::ScopedLockType sl (openFileLock);
+        openFileNow.path = fileName;
+        ++openFileNow.generation;
+    }
+
     return newWriter;
 }

@@ -8,6 +8,11 @@
     The WAV file being captured: Track<n>.wav in the capture folder, 16-bit stereo at the
     device's rate. One object serves the whole process; the audio callback writes each block
     through it, and a change of track number moves the next write to a new file.
+
+    A killed program must leave a file that a player reads: the header of a new file goes to the
+    disk at once, and whenever the stream's buffer goes to the disk (when it is full, and at the
+    latest every half second) a header that covers it follows. What is on the disk is thus always
+    a whole WAV file, short of at most the buffer.
 */
 class TrackWriter
 {
@@ -47,11 +52,28 @@ public:
     /** The buffer of the file stream, in bytes. */
     static constexpr int streamBufferSize = 32768;
 
+    /** The file that writes go to and a number that changes with every file made, so that
+        another thread can tell a file made anew under the same name. */
+    struct OpenFile
+    {
+        juce::String path;
+        int generation = 0;
+    };
+
+    /** The file being written, for the thread that forces it onto the disk; any thread. */
+    static OpenFile fileBeingWritten();
+
+    /** Audio that waits in the stream's buffer for the disk, in sample frames. */
+    int getFramesWaiting() const { return framesWaiting; }
+
 private:
     TrackWriter (const juce::String& folder, int trackNumber, int sampleRate);
 
     std::unique_ptr<juce::AudioFormatWriter> openFile();
     std::unique_ptr<juce::FileOutputStream> createStream (const juce::String& path);
+
+    /** Sends what waits in the stream's buffer to the disk, followed by a header that covers it. */
+    void commit();
 
     int trackNumber = 1;
     int openTrackNumber = -1;
@@ -63,6 +85,8 @@ private:
     juce::FileOutputStream* stream = nullptr; // owned by `writer`
     juce::String fileName;
     int samplesWritten = 0;
+    int bytesWaiting = 0;  // audio bytes in the stream's buffer, not yet on the disk
+    int framesWaiting = 0; // the same, in sample frames
 
     JUCE_DECLARE_NON_COPYABLE (TrackWriter)
 };

@@ -2,10 +2,33 @@
 
 #include "editing/FiltersProgressThread.h"
 #include "editing/FloatVector.h"
+#include "project/AudioReaders.h"
 #include "project/Dialogs.h"
 #include "project/Project.h"
 
 #include <algorithm>
+
+namespace
+{
+/** The metadata as the writer may copy it: a cue count is only believed as far as the cue
+    points are really there, since the writer builds that many whatever the file held. */
+juce::StringPairArray metadataToKeep (const juce::StringPairArray& metadata)
+{
+    auto kept = metadata;
+
+    if (kept.containsKey ("NumCuePoints"))
+    {
+        int present = 0;
+        while (kept.containsKey ("Cue" + juce::String (present) + "Identifier"))
+            ++present;
+
+        const auto claimed = kept["NumCuePoints"].getIntValue();
+        kept.set ("NumCuePoints", juce::String (juce::jlimit (0, present, claimed)));
+    }
+
+    return kept;
+}
+} // namespace
 
 CFilters::CFilters() = default;
 
@@ -57,27 +80,19 @@ void CFilters::applyFilters (const char* inputPath, const char* outputPath, int 
 
 bool CFilters::openInput (const juce::File& input)
 {
-    if (! input.existsAsFile())
-        return false;
-
-    auto stream = input.createInputStream();
-
-    if (stream == nullptr)
-        return false;
-
     juce::WavAudioFormat wav;
-    std::unique_ptr<juce::AudioFormatReader> opened (wav.createReaderFor (stream.release(), true));
+    auto opened = AudioReaders::open (input, wav);
 
     if (opened == nullptr)
         return false;
 
     reader = opened.get();
-    numSamples = (int) reader->lengthInSamples;
+    numSamples = (int) juce::jmin (reader->lengthInSamples, (juce::int64) std::numeric_limits<int>::max());
     numChannels = (int) reader->numChannels;
     loadSamples (*reader);
 
     sampleRate = reader->sampleRate;
-    metadataValues = reader->metadataValues;
+    metadataValues = metadataToKeep (reader->metadataValues);
     bitsPerSample = (int) reader->bitsPerSample;
     reader = nullptr;
     return true;

@@ -37,10 +37,13 @@ public:
 protected:
     Project* project = nullptr; // translates the shown texts; may be null
 
-private:
+    /** The two halves of the run's file side: the input loaded into `samples`, the output's
+        writer made; each false on failure. */
     bool openInput (const juce::File& input);
-    void loadSamples (juce::AudioFormatReader& source);
     bool openOutput (const juce::File& output);
+
+private:
+    void loadSamples (juce::AudioFormatReader& source);
 
     std::unique_ptr<juce::AudioFormatWriter> ownedWriter;
     SampleMemory ownedSamples;

@@ -1,6 +1,7 @@
 #include "editing/MergeThread.h"
 
 #include "editing/TrackStreaming.h"
+#include "project/AudioReaders.h"
 
 MergeThread::MergeThread (const juce::File& first, const juce::File& second, const juce::File& output,
                           Project* projectForTexts)
@@ -20,12 +21,13 @@ juce::String MergeThread::appendingText (const juce::File& file) const
 
 bool MergeThread::openReader (const juce::File& file)
 {
-    reader = formatManager->createReaderFor (file);
+    auto opened = AudioReaders::open (file, *formatManager);
 
-    if (reader == nullptr)
+    if (opened == nullptr)
         return false;
 
-    readerSource = std::make_unique<juce::AudioFormatReaderSource> (reader, true);
+    reader = opened.get();
+    readerSource = std::make_unique<juce::AudioFormatReaderSource> (opened.release(), true);
     TrackStreaming::startTransport (*transport, *readerSource, reader->sampleRate);
     return true;
 }
@@ -46,12 +48,16 @@ bool MergeThread::copyReader (juce::AudioFormatWriter& output, juce::AudioSample
 
         if (written + n >= length)
         {
-            output.writeFromAudioSampleBuffer (buffer, 0, (int) (length - written));
+            outcome.failed |= ! output.writeFromAudioSampleBuffer (buffer, 0, (int) (length - written));
             return true;
         }
 
-        output.writeFromAudioSampleBuffer (buffer, 0, n);
+        outcome.failed |= ! output.writeFromAudioSampleBuffer (buffer, 0, n);
         written += n;
+
+        // A refused write ends the merge: nothing after it could make the output whole.
+        if (outcome.failed)
+            return true;
     }
 
     return false;
@@ -65,7 +71,7 @@ void MergeThread::run()
         return;
 
     success = true;
-    writer = TrackStreaming::createWriter (outputFile);
+    writer = TrackStreaming::createWriter (outputFile, outcome);
 
     if (writer == nullptr || ! openReader (firstFile))
     {
@@ -77,7 +83,7 @@ void MergeThread::run()
     buffer.clear();
     bool complete = copyReader (*writer, buffer, 0);
 
-    if (complete)
+    if (complete && ! outcome.failed)
     {
         const juce::int64 firstLength = reader->lengthInSamples;
         showStatus (appendingText (secondFile));
@@ -99,7 +105,17 @@ void MergeThread::run()
 
     // A cancel ends with the first input deleted, and success still true.
     if (! complete)
+    {
         firstFile.deleteFile();
+        return;
+    }
+
+    // An output that could not be written whole is no merge: it goes, and the inputs stay.
+    if (outcome.failed)
+    {
+        outputFile.deleteFile();
+        success = false;
+    }
 }
 
 bool mergeFiles (juce::File first, juce::File second, juce::File output, Project* projectForTexts)

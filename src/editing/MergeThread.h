@@ -1,6 +1,7 @@
 #pragma once
 
 #include "editing/StreamingThread.h"
+#include "project/CheckedFileOutput.h"
 
 class Project;
 
@@ -29,6 +30,7 @@ private:
     bool copyReader (juce::AudioFormatWriter& writer, juce::AudioSampleBuffer& buffer, juce::int64 lengthBefore);
     juce::String appendingText (const juce::File& file) const;
 
+    WriteOutcome outcome; // declared before the writer, which reports to it when deleted
     std::unique_ptr<juce::AudioFormatWriter> writer;
     Project* project;
 

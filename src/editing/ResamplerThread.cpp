@@ -1,6 +1,7 @@
 #include "editing/ResamplerThread.h"
 
 #include "editing/TrackStreaming.h"
+#include "project/AudioReaders.h"
 
 ResamplerThread::ResamplerThread (juce::File* input, juce::File* output, double ratioToUse, Project* projectForTexts)
     : StreamingThread (TrackStreaming::translate (projectForTexts, "Resampling...")),
@@ -25,7 +26,8 @@ void ResamplerThread::run()
         return;
     }
 
-    auto writer = TrackStreaming::createWriter (outputFile);
+    WriteOutcome written;
+    auto writer = TrackStreaming::createWriter (outputFile, written);
 
     if (writer == nullptr)
     {
@@ -33,15 +35,16 @@ void ResamplerThread::run()
         return;
     }
 
-    reader = formatManager->createReaderFor (*inputFile);
+    auto opened = AudioReaders::open (*inputFile, *formatManager);
 
-    if (reader == nullptr)
+    if (opened == nullptr)
     {
         success = false;
         return;
     }
 
-    readerSource = std::make_unique<juce::AudioFormatReaderSource> (reader, true);
+    reader = opened.get();
+    readerSource = std::make_unique<juce::AudioFormatReaderSource> (opened.release(), true);
 
     // Declaring the source slower than it is does the whole work: the transport brings it to
     // 44100 Hz.
@@ -51,17 +54,17 @@ void ResamplerThread::run()
     buffer.clear();
     const juce::AudioSourceChannelInfo block (buffer);
     const double length = (double) reader->lengthInSamples;
-    juce::int64 written = 0;
+    juce::int64 frames = 0;
     bool complete = false;
 
     while (! threadShouldExit())
     {
-        setProgress ((double) written / length);
+        setProgress ((double) frames / length);
         transport->getNextAudioBlock (block);
-        writer->writeFromAudioSampleBuffer (buffer, 0, buffer.getNumSamples());
-        written += buffer.getNumSamples();
+        written.failed |= ! writer->writeFromAudioSampleBuffer (buffer, 0, buffer.getNumSamples());
+        frames += buffer.getNumSamples();
 
-        if ((double) written * ratio >= length)
+        if ((double) frames * ratio >= length || written.failed)
         {
             complete = true;
             break;
@@ -75,6 +78,14 @@ void ResamplerThread::run()
     {
         outputFile.deleteFile();
         inputFile->deleteFile();
+        return;
+    }
+
+    // An output that could not be written whole replaces nothing, and is not kept.
+    if (written.failed)
+    {
+        outputFile.deleteFile();
+        success = false;
         return;
     }
 

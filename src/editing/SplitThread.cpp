@@ -1,6 +1,7 @@
 #include "editing/SplitThread.h"
 
 #include "editing/TrackStreaming.h"
+#include "project/AudioReaders.h"
 
 SplitThread::SplitThread (const juce::File& source, double seconds, const juce::File& start, const juce::File& end,
                           Project* projectForTexts)
@@ -41,6 +42,16 @@ bool SplitThread::stoppedByCancel (std::unique_ptr<juce::AudioFormatWriter>& wri
     return true;
 }
 
+void SplitThread::failWriting (std::unique_ptr<juce::AudioFormatWriter>& writer)
+{
+    // Neither part is worth keeping when one could not be written whole.
+    writer.reset();
+    releaseReading();
+    startFile.deleteFile();
+    endFile.deleteFile();
+    success = false;
+}
+
 void SplitThread::run()
 {
     if (! sourceFile.exists())
@@ -55,16 +66,18 @@ void SplitThread::run()
     if (endFile.exists())
         endFile.deleteFile();
 
-    auto writer = TrackStreaming::createWriter (startFile);
-    reader = writer != nullptr ? formatManager->createReaderFor (sourceFile) : nullptr;
+    WriteOutcome written;
+    auto writer = TrackStreaming::createWriter (startFile, written);
+    auto opened = writer != nullptr ? AudioReaders::open (sourceFile, *formatManager) : nullptr;
 
-    if (reader == nullptr)
+    if (opened == nullptr)
     {
         success = false;
         return;
     }
 
-    readerSource = std::make_unique<juce::AudioFormatReaderSource> (reader, true);
+    reader = opened.get();
+    readerSource = std::make_unique<juce::AudioFormatReaderSource> (opened.release(), true);
     sampleRate = reader->sampleRate;
     splitPosition = splitPosition * sampleRate;
     const double length = (double) reader->lengthInSamples;
@@ -88,14 +101,17 @@ void SplitThread::run()
 
         if (count + n < splitPosition)
         {
-            writer->writeFromAudioSampleBuffer (buffer, 0, n);
+            written.failed |= ! writer->writeFromAudioSampleBuffer (buffer, 0, n);
             count += n;
         }
         else
         {
-            writer->writeFromAudioSampleBuffer (buffer, 0, (int) (splitPosition - count));
+            written.failed |= ! writer->writeFromAudioSampleBuffer (buffer, 0, (int) (splitPosition - count));
             count = splitPosition;
         }
+
+        if (written.failed)
+            break;
 
         if (count >= splitPosition || length <= count)
             break;
@@ -104,17 +120,25 @@ void SplitThread::run()
     if (stoppedByCancel (writer, startFile))
         return;
 
-    writer = TrackStreaming::createWriter (endFile);
+    writer.reset();
+
+    if (written.failed)
+    {
+        failWriting (writer);
+        return;
+    }
+
+    writer = TrackStreaming::createWriter (endFile, written);
 
     if (writer == nullptr)
     {
-        success = false;
+        failWriting (writer);
         return;
     }
 
     // The rest of the block in hand: every block so far was a whole one.
     const int rest = (int) ((juce::int64) splitPosition % n);
-    writer->writeFromAudioSampleBuffer (buffer, rest, n - rest);
+    written.failed |= ! writer->writeFromAudioSampleBuffer (buffer, rest, n - rest);
 
     // What lies after it, in whole blocks.
     buffer.clear();
@@ -123,10 +147,10 @@ void SplitThread::run()
     {
         setProgress (count / length);
         transport->getNextAudioBlock (block);
-        writer->writeFromAudioSampleBuffer (buffer, 0, n);
+        written.failed |= ! writer->writeFromAudioSampleBuffer (buffer, 0, n);
         count += n;
 
-        if (length <= count)
+        if (length <= count || written.failed)
             break;
     }
 
@@ -134,6 +158,13 @@ void SplitThread::run()
         return;
 
     writer.reset();
+
+    if (written.failed)
+    {
+        failWriting (writer);
+        return;
+    }
+
     releaseReading();
     success = true;
 }

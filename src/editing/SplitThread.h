@@ -32,6 +32,9 @@ private:
     /** After a Cancel, closes and deletes the part being written and fails; true then. */
     bool stoppedByCancel (std::unique_ptr<juce::AudioFormatWriter>& writer, const juce::File& part);
 
+    /** After a write the system refused: closes the writer, deletes both parts and fails. */
+    void failWriting (std::unique_ptr<juce::AudioFormatWriter>& writer);
+
     Project* project;
 
     JUCE_DECLARE_NON_COPYABLE (SplitThread)

@@ -4,9 +4,9 @@
 
 namespace TrackStreaming
 {
-std::unique_ptr<juce::AudioFormatWriter> createWriter (const juce::File& file)
+std::unique_ptr<juce::AudioFormatWriter> createWriter (const juce::File& file, WriteOutcome& outcome)
 {
-    std::unique_ptr<juce::OutputStream> stream (file.createOutputStream (32768));
+    auto stream = CheckedFileOutput::open (file, 32768, outcome);
 
     if (stream == nullptr)
         return {};

@@ -3,6 +3,8 @@
 #include <juce_audio_devices/juce_audio_devices.h>
 #include <juce_audio_formats/juce_audio_formats.h>
 
+#include "project/CheckedFileOutput.h"
+
 class Project;
 
 /** What split, merge and resampling share: the fixed output format and the reading chain. */
@@ -14,8 +16,9 @@ constexpr double outputRate = 44100.0;
 
 /** A WAV writer at 44100 Hz, 2 channels, 16 bits, no metadata, on a 32768-byte buffered stream;
     null when the file can't be opened. An existing file is written after its end, as the stream
-    finds it. */
-std::unique_ptr<juce::AudioFormatWriter> createWriter (const juce::File& file);
+    finds it. `outcome` learns of every write the system refused, the last one when the writer
+    is deleted. */
+std::unique_ptr<juce::AudioFormatWriter> createWriter (const juce::File& file, WriteOutcome& outcome);
 
 /** Connects the source to the transport, which corrects for `sourceRate`, and starts it at the
     beginning, delivering 960-sample blocks at 44100 Hz. */

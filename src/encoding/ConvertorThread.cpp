@@ -17,7 +17,7 @@ juce::String ConvertorThread::statusFor (const juce::String& source)
 
 void ConvertorThread::copyInChunks (std::unique_ptr<juce::AudioFormatReader>& reader,
                                     std::unique_ptr<juce::AudioFormatWriter>& writer, const juce::File& destinationFile,
-                                    int* const* buffers, const std::function<void (int count)>& writeChunk)
+                                    int* const* buffers, const std::function<bool (int count)>& writeChunk)
 {
     const auto length = reader->lengthInSamples;
 
@@ -40,8 +40,24 @@ void ConvertorThread::copyInChunks (std::unique_ptr<juce::AudioFormatReader>& re
             break;
         }
 
-        writeChunk ((int) juce::jmin ((juce::int64) convertorChunkSamples, length - position));
+        if (! writeChunk ((int) juce::jmin ((juce::int64) convertorChunkSamples, length - position)))
+        {
+            result = false;
+            break;
+        }
     }
 
     setProgress (1.0);
+}
+
+void ConvertorThread::completeDestination (std::unique_ptr<juce::AudioFormatWriter>& writer,
+                                           const WriteOutcome& outcome, const juce::File& destinationFile)
+{
+    writer.reset();
+
+    if (outcome.failed)
+    {
+        destinationFile.deleteFile();
+        result = false;
+    }
 }

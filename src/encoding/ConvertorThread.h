@@ -1,6 +1,7 @@
 #pragma once
 
 #include "encoding/Convertor.h"
+#include "project/CheckedFileOutput.h"
 
 #include <juce_audio_formats/juce_audio_formats.h>
 #include <juce_gui_basics/juce_gui_basics.h>
@@ -26,11 +27,17 @@ protected:
                      bool initialResult);
 
     /** Reads the whole source, two channels of convertorChunkSamples at a time, into `buffers`,
-        and passes each chunk's count of frames to `writeChunk`. A Cancel closes both files,
-        deletes the destination and fails; a failed read fails but keeps what was written. */
+        and passes each chunk's count of frames to `writeChunk`, which answers whether the chunk
+        was written. A Cancel closes both files, deletes the destination and fails; a failed
+        read fails but keeps what was written; a refused write fails. */
     void copyInChunks (std::unique_ptr<juce::AudioFormatReader>& reader,
                        std::unique_ptr<juce::AudioFormatWriter>& writer, const juce::File& destinationFile,
-                       int* const* buffers, const std::function<void (int count)>& writeChunk);
+                       int* const* buffers, const std::function<bool (int count)>& writeChunk);
+
+    /** Closes the writer, which completes the file; a file the system did not take whole is
+        deleted and the conversion fails, so that no half file passes for a finished one. */
+    void completeDestination (std::unique_ptr<juce::AudioFormatWriter>& writer, const WriteOutcome& outcome,
+                              const juce::File& destinationFile);
 
 private:
     JUCE_DECLARE_NON_COPYABLE (ConvertorThread)

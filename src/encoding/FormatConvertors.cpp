@@ -1,5 +1,6 @@
 #include "encoding/FormatConvertors.h"
 
+#include "project/AudioReaders.h"
 #include "project/Project.h"
 
 FormatConvertorThread::FormatConvertorThread (const juce::String& title, const juce::String& sourceToRead,
@@ -31,12 +32,12 @@ void FormatConvertorThread::run()
         destinationFile.deleteFile();
 
     // The output opens first: a source that is no WAV file leaves an empty destination behind.
-    auto output = destinationFile.createOutputStream (convertorOutputBufferSize);
-    auto input = sourceFile.createInputStream();
+    WriteOutcome written;
+    auto output = CheckedFileOutput::open (destinationFile, convertorOutputBufferSize, written);
 
     juce::WavAudioFormat wav;
-    std::unique_ptr<juce::AudioFormatReader> reader (input != nullptr ? wav.createReaderFor (input.release(), true)
-                                                                      : nullptr);
+    auto reader = AudioReaders::open (sourceFile, wav);
+
     if (reader == nullptr || output == nullptr)
     {
         result = false;
@@ -58,7 +59,8 @@ void FormatConvertorThread::run()
     int* const buffers[] = { left.get(), right.get() };
     const int* samples[] = { left.get(), right.get() };
 
-    copyInChunks (reader, writer, destinationFile, buffers, [&] (int count) { writer->write (samples, count); });
+    copyInChunks (reader, writer, destinationFile, buffers, [&] (int count) { return writer->write (samples, count); });
+    completeDestination (writer, written, destinationFile);
 }
 
 //==============================================================================

@@ -1,5 +1,6 @@
 #include "encoding/Mp3LameConvertor.h"
 
+#include "project/AudioReaders.h"
 #include "project/Int16Samples.h"
 #include "project/Project.h"
 
@@ -24,8 +25,7 @@ Mp3LameConvertorThread::Mp3LameConvertorThread (const juce::String& sourceToRead
     }
 
     juce::WavAudioFormat wav;
-    if (auto input = sourceFile.createInputStream())
-        reader.reset (wav.createReaderFor (input.release(), true));
+    reader = AudioReaders::open (sourceFile, wav);
 
     // The settings need the source's rate: a file that is no WAV stops here.
     if (reader == nullptr)
@@ -83,7 +83,8 @@ void Mp3LameConvertorThread::run()
     if (destinationFile.exists())
         destinationFile.deleteFile();
 
-    std::unique_ptr<juce::FileOutputStream> output (destinationFile.createOutputStream (convertorOutputBufferSize));
+    WriteOutcome outcome;
+    auto output = CheckedFileOutput::open (destinationFile, convertorOutputBufferSize, outcome);
 
     // A stream the encoder refused has no chunk size, and nothing could be encoded with it.
     if (reader == nullptr || output == nullptr || encoder == nullptr || encoder->samplesPerChunk == 0)
@@ -199,6 +200,13 @@ void Mp3LameConvertorThread::run()
     output.reset();
     reader.reset();
     encoder->outputBuffer.free();
+
+    // An MP3 the system did not take whole is no finished track.
+    if (outcome.failed)
+    {
+        destinationFile.deleteFile();
+        result = false;
+    }
 }
 
 //==============================================================================

@@ -1,5 +1,7 @@
 #include "encoding/ThumbnailComponent.h"
 
+#include "encoding/PictureDecoder.h"
+
 namespace
 {
 // Centred both ways, shrunk to fit when too big, never enlarged.
@@ -35,12 +37,10 @@ void ThumbnailComponent::timerCallback()
     if (stream == nullptr)
         return;
 
-    if (auto* format = juce::ImageFileFormat::findImageFormatForStream (*stream))
-    {
-        const auto image = format->decodeImage (*stream);
-        if (image.isValid())
-            thumbnail = std::make_unique<juce::Image> (image.createCopy());
-    }
+    // The program's own decoder: a broken picture gives nothing, never an error that ends the program.
+    const auto image = PictureDecoder::decode (*stream);
+    if (image.isValid())
+        thumbnail = std::make_unique<juce::Image> (image.createCopy());
 }
 
 void ThumbnailComponent::paint (juce::Graphics& g)

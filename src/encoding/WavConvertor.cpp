@@ -1,6 +1,7 @@
 #include "encoding/WavConvertor.h"
 
 #include "encoding/ITunesBridge.h"
+#include "project/AudioReaders.h"
 #include "project/Int16Samples.h"
 #include "project/Project.h"
 
@@ -38,8 +39,8 @@ void WavConvertorThread::decode()
     if (destinationFile.exists())
         destinationFile.deleteFile();
 
-    auto input = sourceFile.createInputStream();
-    auto output = destinationFile.createOutputStream (convertorOutputBufferSize);
+    WriteOutcome written;
+    auto output = CheckedFileOutput::open (destinationFile, convertorOutputBufferSize, written);
 
     setStatusMessage (sourceFile.getFileNameWithoutExtension());
 
@@ -52,9 +53,7 @@ void WavConvertorThread::decode()
     else
         sourceFormat = std::make_unique<juce::AiffAudioFormat>();
 
-    // The reader owns the input stream from here on, even when it cannot be made.
-    std::unique_ptr<juce::AudioFormatReader> reader (
-        input != nullptr ? sourceFormat->createReaderFor (input.release(), true) : nullptr);
+    auto reader = AudioReaders::open (sourceFile, *sourceFormat);
 
     if (reader == nullptr || output == nullptr)
     {
@@ -85,10 +84,7 @@ void WavConvertorThread::decode()
     const auto writeChunk = [&] (int count)
     {
         if (! reader->usesFloatingPointData)
-        {
-            writer->write (readOutput, count);
-            return;
-        }
+            return writer->write (readOutput, count);
 
         // The buffers hold floats: bring them to 16 bits, then to the left-justified 32-bit
         // integers the writer takes. A mono source fills both channels.
@@ -104,10 +100,11 @@ void WavConvertorThread::decode()
             wideRight[i] = right[i] * 65536;
         }
 
-        writer->write (wideOutput, count);
+        return writer->write (wideOutput, count);
     };
 
     copyInChunks (reader, writer, destinationFile, readBuffers, writeChunk);
+    completeDestination (writer, written, destinationFile);
 }
 
 void WavConvertorThread::sendToItunes()

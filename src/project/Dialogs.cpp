@@ -2,6 +2,20 @@
 
 namespace
 {
+/** An alert asked off the message thread. It is shown on the message thread and either answered
+    there or withdrawn; the asking thread waits for `done`. The request is a copy, since a
+    withdrawn asker may be gone before the message that would show it arrives. */
+struct OffThreadAlert
+{
+    AlertRequest request;
+    std::mutex mutex;
+    bool withdrawn = false;
+    bool finished = false;
+    int result = 0;
+    juce::Component::SafePointer<juce::AlertWindow> window;
+    juce::WaitableEvent done;
+};
+
 /** The real windows of JUCE. */
 class JuceDialogs final : public Dialogs
 {
@@ -9,20 +23,34 @@ public:
     int runAlert (AlertRequest& request) override
     {
         if (juce::MessageManager::getInstance()->isThisTheMessageThread())
-            return runAlertHere (request);
+            return runAlertHere (request, {});
 
         // From another thread (the audio callback), the box runs on the message thread and the
-        // caller waits until the user has answered.
-        juce::WaitableEvent answered;
-        int result = 0;
-        juce::MessageManager::callAsync (
-            [&]
-            {
-                result = runAlertHere (request);
-                answered.signal();
-            });
-        answered.wait();
-        return result;
+        // caller waits until the user has answered, or until the box is taken back.
+        auto alert = std::make_shared<OffThreadAlert>();
+        alert->request = request;
+        alert->request.withdrawal = nullptr;
+
+        auto* withdrawal = request.withdrawal;
+        if (withdrawal != nullptr && ! withdrawal->beginWait ([alert] { withdraw (alert); }))
+            return 0;
+
+        // Once the program is quitting, nothing posted reaches the message thread any more: the
+        // box could never be shown, so it is not waited for.
+        const bool posted = ! juce::MessageManager::getInstance()->hasStopMessageBeenSent() &&
+                            juce::MessageManager::callAsync ([alert] { show (alert); });
+        if (posted)
+            alert->done.wait();
+
+        if (withdrawal != nullptr)
+            withdrawal->endWait();
+
+        const std::lock_guard<std::mutex> guard (alert->mutex);
+        if (! alert->finished)
+            return 0;
+
+        request.fieldValues = alert->request.fieldValues;
+        return alert->result;
     }
 
     bool chooseFile (const FileRequest& request, juce::File& chosen) override
@@ -69,7 +97,55 @@ public:
     void openUrl (const juce::URL& url) override { url.launchInDefaultBrowser(); }
 
 private:
-    static int runAlertHere (AlertRequest& request)
+    /** On the message thread: the box of an alert asked off it, unless withdrawn first. */
+    static void show (const std::shared_ptr<OffThreadAlert>& alert)
+    {
+        const int result = runAlertHere (alert->request,
+                                         [&alert] (juce::AlertWindow& window)
+                                         {
+                                             const std::lock_guard<std::mutex> guard (alert->mutex);
+                                             alert->window = &window;
+                                             return ! alert->withdrawn;
+                                         });
+        {
+            const std::lock_guard<std::mutex> guard (alert->mutex);
+            alert->window = nullptr;
+            if (! alert->withdrawn)
+            {
+                alert->finished = true;
+                alert->result = result;
+            }
+        }
+        alert->done.signal();
+    }
+
+    /** Any thread: releases the asking thread at once and closes the box if it is showing. */
+    static void withdraw (const std::shared_ptr<OffThreadAlert>& alert)
+    {
+        {
+            const std::lock_guard<std::mutex> guard (alert->mutex);
+            if (alert->finished)
+                return;
+            alert->withdrawn = true;
+        }
+        alert->done.signal();
+
+        const auto close = [alert]
+        {
+            const std::lock_guard<std::mutex> guard (alert->mutex);
+            if (auto* window = alert->window.getComponent())
+                window->exitModalState (0);
+        };
+
+        if (juce::MessageManager::getInstance()->isThisTheMessageThread())
+            close();
+        else
+            juce::MessageManager::callAsync (close);
+    }
+
+    /** Runs the box modally on the message thread. `aboutToShow`, when given, sees the window
+        before its modal loop begins and may refuse it (the result is then 0). */
+    static int runAlertHere (AlertRequest& request, const std::function<bool (juce::AlertWindow&)>& aboutToShow)
     {
         juce::AlertWindow window (request.title, request.message, request.icon);
 
@@ -90,7 +166,7 @@ private:
         for (const auto& button : request.buttons)
             window.addButton (button.text, button.result, button.shortcut);
 
-        const int result = window.runModalLoop();
+        const int result = aboutToShow == nullptr || aboutToShow (window) ? window.runModalLoop() : 0;
 
         for (int i = 0; i < request.fieldNames.size(); ++i)
             request.fieldValues.set (i, window.getTextEditorContents (request.fieldNames[i]));
@@ -105,6 +181,56 @@ private:
 Dialogs* installed = nullptr;
 } // namespace
 
+void AlertWithdrawal::withdraw()
+{
+    std::function<void()> release;
+    {
+        const std::lock_guard<std::mutex> guard (mutex);
+        ++withdrawals;
+        release = releaseWait;
+    }
+
+    if (release)
+        release();
+}
+
+void AlertWithdrawal::allow()
+{
+    const std::lock_guard<std::mutex> guard (mutex);
+    if (withdrawals > 0)
+        --withdrawals;
+}
+
+bool AlertWithdrawal::isWithdrawn() const
+{
+    const std::lock_guard<std::mutex> guard (mutex);
+    return withdrawals > 0;
+}
+
+bool AlertWithdrawal::isWaiting() const
+{
+    const std::lock_guard<std::mutex> guard (mutex);
+    return releaseWait != nullptr;
+}
+
+bool AlertWithdrawal::beginWait (std::function<void()> release)
+{
+    const std::lock_guard<std::mutex> guard (mutex);
+    if (withdrawals > 0)
+        return false;
+    releaseWait = std::move (release);
+    return true;
+}
+
+void AlertWithdrawal::endWait()
+{
+    std::function<void()> release;
+    {
+        const std::lock_guard<std::mutex> guard (mutex);
+        release.swap (releaseWait);
+    }
+}
+
 Dialogs& Dialogs::get()
 {
     static JuceDialogs real;
@@ -117,9 +243,10 @@ void Dialogs::install (Dialogs* replacement)
 }
 
 void showMessage (juce::MessageBoxIconType icon, const juce::String& title, const juce::String& message,
-                  const juce::String& buttonText)
+                  const juce::String& buttonText, AlertWithdrawal* withdrawal)
 {
     AlertRequest request;
+    request.withdrawal = withdrawal;
     request.icon = icon;
     request.title = title;
     request.message = message;

@@ -2,6 +2,8 @@
 
 #include <juce_gui_basics/juce_gui_basics.h>
 
+#include <functional>
+#include <mutex>
 #include <vector>
 
 /** One button of a modal alert: its text, the value the alert returns for it, and its key. */
@@ -10,6 +12,47 @@ struct DialogButton
     juce::String text;
     int result = 0;
     juce::KeyPress shortcut;
+};
+
+/**
+    Lets the message thread take back an alert that another thread asked and waits for. The
+    message thread must never wait for a thread that waits for it: before it does (before it
+    joins or leaves the audio device, say), it withdraws what that thread asked. A withdrawn alert
+    is closed if it is showing and never shown if it is not yet; the asking thread returns at
+    once with 0, as if Escape had been pressed. Until `allow` is called, every later alert asked
+    with the same object returns 0 at once as well, so that the asking thread cannot begin a new
+    wait in the instant after the withdrawal. Withdrawals nest: two threads that each withdraw
+    and then allow leave alerts refused until both have allowed them again.
+*/
+class AlertWithdrawal
+{
+public:
+    AlertWithdrawal() = default;
+
+    /** Takes back the alert being waited for, if any, and refuses later ones. Any thread. */
+    void withdraw();
+
+    /** Ends one withdrawal; alerts may be asked again once every withdrawal has ended. */
+    void allow();
+
+    bool isWithdrawn() const;
+
+    /** True while a thread waits for an alert asked with this object. */
+    bool isWaiting() const;
+
+    /** For implementations of the seam: registers the wait of one alert, with what releases it.
+        False, and nothing registered, when alerts are withdrawn. */
+    bool beginWait (std::function<void()> release);
+
+    /** The wait registered by `beginWait` is over. */
+    void endWait();
+
+private:
+    mutable std::mutex mutex;
+    int withdrawals = 0;
+    std::function<void()> releaseWait;
+
+    JUCE_DECLARE_NON_COPYABLE (AlertWithdrawal)
 };
 
 /** Everything a modal alert shows. Text fields come back holding what the user typed. */
@@ -28,6 +71,8 @@ struct AlertRequest
     juce::String linkText;  // a hyperlink shown as a custom component
     juce::URL linkUrl;
     juce::Rectangle<int> linkBounds;
+
+    AlertWithdrawal* withdrawal = nullptr; // lets the message thread take back an alert asked off it
 };
 
 /** A file or folder chooser. */
@@ -59,7 +104,8 @@ public:
     virtual ~Dialogs() = default;
 
     /** Shows the alert modally and returns the result of the button that closed it. May be
-        called from any thread: off the message thread the caller waits for the answer. */
+        called from any thread: off the message thread the caller waits for the answer, or until
+        the request's `withdrawal` takes the alert back, or the program is quitting (then 0). */
     virtual int runAlert (AlertRequest& request) = 0;
 
     /** Shows a chooser; true and the chosen file when the user confirmed, false on cancel. */
@@ -86,9 +132,10 @@ public:
 /** The program's one error box: warning icon, "Groove Smith : Error", button "ok". */
 void showError (const juce::String& message);
 
-/** A box with one button, bound to the return key. */
+/** A box with one button, bound to the return key. `withdrawal`, when given, lets the message
+    thread take the box back from a thread that waits for it. */
 void showMessage (juce::MessageBoxIconType icon, const juce::String& title, const juce::String& message,
-                  const juce::String& buttonText);
+                  const juce::String& buttonText, AlertWithdrawal* withdrawal = nullptr);
 
 /** Three buttons; 1 for the first, 2 for the second, 0 for the third (or Escape). */
 int showYesNoCancel (juce::MessageBoxIconType icon, const juce::String& title, const juce::String& message,

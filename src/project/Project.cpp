@@ -1,6 +1,7 @@
 #include "project/Project.h"
 
 #include "project/Dialogs.h"
+#include "project/SettingsFileGuard.h"
 
 namespace
 {
@@ -38,7 +39,7 @@ Project::Project()
     options.ignoreCaseOfKeyNames = true;
     options.storageFormat = juce::PropertiesFile::storeAsXML;
     options.millisecondsBeforeSaving = 500;
-    settings = std::make_unique<juce::PropertiesFile> (settingsFileLocation(), options);
+    settings = std::make_unique<juce::PropertiesFile> (SettingsFileGuard::makeSafe (settingsFileLocation()), options);
 
     preamp = readBool ("preamp", false);
     rootDirectory = settings->getValue ("rootdir");
@@ -52,8 +53,7 @@ Project::Project()
     lameLibrary = settings->containsKey ("lame") ? juce::File (settings->getValue ("lame")) : defaultLameLibrary();
 
     const auto language = settings->getValue ("lang", "en");
-    strings =
-        std::make_unique<juce::LocalisedStrings> (programFolder().getChildFile ("lang-" + language + ".txt"), false);
+    strings = std::make_unique<LanguageStrings> (programFolder().getChildFile ("lang-" + language + ".txt"), false);
 
     threshold = readInt ("threshold", -55);
     silenceLength = readInt ("silencelength", 15);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "project/LanguageStrings.h"
 #include "project/Track.h"
 
 #include <juce_audio_devices/juce_audio_devices.h>
@@ -165,7 +166,7 @@ public:
     int lameQuality = 2;
     bool rumbleOn = true;
     int encodingTrackNumber = 0;
-    std::unique_ptr<juce::LocalisedStrings> strings;
+    std::unique_ptr<LanguageStrings> strings;
     bool calibrationRequested = false;
     bool calibrating = false;
     juce::String encodingDestination;

@@ -7,6 +7,7 @@
 #include "encoding/SaveElsewhere.h"
 #include "encoding/WavConvertor.h"
 #include "project/Dialogs.h"
+#include "project/SafeText.h"
 
 namespace
 {
@@ -21,6 +22,32 @@ void makeSureOfTrackListFolder()
 
     if (! folder.isDirectory())
         folder.createDirectory();
+}
+
+/** The next line, ended by LF, CR, CR LF, a zero byte or the end of the stream. */
+juce::String readLine (juce::InputStream& stream)
+{
+    juce::MemoryOutputStream line;
+
+    while (! stream.isExhausted())
+    {
+        const auto c = stream.readByte();
+
+        if (c == 0 || c == '\n')
+            break;
+
+        if (c == '\r')
+        {
+            const auto position = stream.getPosition();
+            if (stream.readByte() != '\n')
+                stream.setPosition (position);
+            break;
+        }
+
+        line.writeByte (c);
+    }
+
+    return SafeText::fromBytes (line.getData(), line.getDataSize());
 }
 } // namespace
 
@@ -136,14 +163,17 @@ bool Project::loadSavedTrackList()
     if (! file.existsAsFile())
         return false;
 
-    juce::String failures;
+    // Collected apart and joined once: a long list of failures is not rebuilt at every line.
+    juce::StringArray failures;
 
-    if (auto stream = file.createInputStream())
+    if (auto input = file.createInputStream())
     {
+        juce::BufferedInputStream stream (*input, 32768);
+
         // The first empty line ends the list.
-        while (! stream->isExhausted())
+        while (! stream.isExhausted())
         {
-            const auto line = stream->readNextLine();
+            const auto line = readLine (stream);
             if (line.isEmpty())
                 break;
 
@@ -156,7 +186,7 @@ bool Project::loadSavedTrackList()
             }
             else
             {
-                failures << path << "\n";
+                failures.add (path);
             }
         }
     }
@@ -164,7 +194,8 @@ bool Project::loadSavedTrackList()
     if (failures.isEmpty())
         return file.deleteFile();
 
-    showError (translate ("Failed to load track(s) : ") + failures);
+    failures.add ({});
+    showError (translate ("Failed to load track(s) : ") + failures.joinIntoString ("\n"));
     return false;
 }
 

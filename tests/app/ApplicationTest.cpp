@@ -100,26 +100,15 @@ namespace
     window and any other window (an alert, say) that a process opened. */
 int countVisibleWindows()
 {
-    juce::ChildProcess search;
     // Every name matches the pattern, even an empty one.
-    if (! search.start (juce::StringArray{ "xdotool", "search", "--onlyvisible", "--maxdepth", "1", "--name", "^" }))
-        return -1;
-    auto lines = juce::StringArray::fromLines (search.readAllProcessOutput());
-    lines.removeEmptyStrings();
-    return lines.size();
+    return findWindows ("^", true).size();
 }
 
 /** The program's main windows on the display, by their title. */
 int countProgramWindows()
 {
-    juce::ChildProcess search;
-    if (! search.start (juce::StringArray{ "xdotool", "search", "--onlyvisible", "--name", "^Groovesmith -- Page" }))
-        return -1;
-    auto lines = juce::StringArray::fromLines (search.readAllProcessOutput());
-    lines.removeEmptyStrings();
-    return lines.size();
+    return findWindows ("^Groovesmith -- Page").size();
 }
-
 } // namespace
 
 TEST (Application, aSecondStartShowsNothingAndEnds)
@@ -135,7 +124,6 @@ TEST (Application, aSecondStartShowsNothingAndEnds)
     ASSERT_EQ (countProgramWindows(), 0);
     const int emptyDisplay = countVisibleWindows();
     ASSERT_GE (emptyDisplay, 0);
-
     juce::ChildProcess first;
     const EndsWithTheTest firstEnds{ first };
     ASSERT_TRUE (first.start (program.getFullPathName(), 0));

@@ -4,6 +4,8 @@
 #include "app/EncodeRun.h"
 #include "app/ProjectPage.h"
 #include "encoding/AudioFiles.h"
+#include "support/FileSizeLimit.h"
+#include "support/MalformedCorpus.h"
 #include "support/WizardFixture.h"
 
 #include <unistd.h>
@@ -637,4 +639,42 @@ TEST_F (EncodeRunTest, aSourceOnlyItunesCouldDecodeEndsTheRunWithTheItunesBox)
     EXPECT_EQ (project().outputFormat, formatOgg);
     EXPECT_EQ (project().getSettings().getIntValue ("outputformat"), formatOgg);
     EXPECT_FALSE (project().intermediateConversion);
+}
+
+TEST_F (EncodeRunTest, anEncodeOntoAFullDiskFailsInTheRunsWordsAndPresentsNoHalfFile)
+{
+    ASSERT_NO_FATAL_FAILURE (ripToFormatPage (2));
+    juce::StringArray recordings;
+    for (const auto& path : sources)
+        recordings.add (MalformedCorpus::fingerprint (juce::File (path)));
+
+    for (const auto format : { formatAiff, formatFlac, formatOgg })
+    {
+        SCOPED_TRACE (format);
+        project().setOutputFormat (format);
+        const auto alertsBefore = dialogs.alerts().size();
+
+        {
+            // No file may grow past 8 KB: each track's output runs out of room part way.
+            const FileSizeLimit fullDisk (8 * 1024);
+            next();
+        }
+
+        EXPECT_EQ (MainComponent::currentPage, formatPage);
+        ASSERT_EQ (dialogs.alerts().size(), alertsBefore + 1);
+        EXPECT_EQ (dialogs.alerts().back().title, "Groove Smith : Error");
+        EXPECT_EQ (dialogs.alerts().back().message, conversionFailure (sources));
+
+        // Nothing half written is left under a final name or beside the recordings, which stay as they were.
+        EXPECT_EQ (namesIn (albumFolder), juce::StringArray ({ "Track1.wav", "Track2.wav" }));
+        EXPECT_EQ (trackPaths (project()), sources);
+        for (int i = 0; i < sources.size(); ++i)
+            EXPECT_EQ (MalformedCorpus::fingerprint (juce::File (sources[i])), recordings[i]) << sources[i];
+    }
+
+    // With room again the same Next finishes the album.
+    next();
+    EXPECT_EQ (MainComponent::currentPage, finalPage);
+    EXPECT_EQ (namesIn (albumFolder), juce::StringArray ({ "01 - Artist - Track1.ogg", "02 - Artist - Track2.ogg" }));
+    expectTaggedOgg (albumFolder.getChildFile ("02 - Artist - Track2.ogg"), "Track2", 2);
 }

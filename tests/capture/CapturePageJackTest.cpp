@@ -4,6 +4,7 @@
 #include "CaptureTestSupport.h"
 #include "JackWizard.h"
 #include "capture/Audio.h"
+#include "capture/DropoutLog.h"
 #include "capture/Page1.h"
 #include "capture/TrackWriter.h"
 #include "editing/Page2.h"
@@ -12,6 +13,23 @@
 namespace
 {
 constexpr int second = serverRate;
+
+/** The wizard on the JACK server, capturing into `folder` with a minimum silence of one second
+    and a silence length of three, moved on to its capture page. */
+void openCapturePage (JackWizard& jack, const juce::String& purpose, const juce::File& folder)
+{
+    ASSERT_NO_FATAL_FAILURE (jack.start (purpose, folder));
+    auto& project = jack.wizard->getProject();
+    ASSERT_NE (project.getCurrentAudioDevice(), nullptr);
+    ASSERT_EQ (project.getCurrentAudioDevice()->getTypeName(), "JACK");
+    project.setRootDirectory (folder.getFullPathName());
+    project.setMinSilence (1);
+    project.setSilenceLength (3);
+
+    for (int i = 0; i < 3; ++i)
+        clickAndWait (jack.wizard->nextButton);
+    ASSERT_EQ (MainComponent::currentPage, 3);
+}
 } // namespace
 
 TEST (CapturePageJack, aRecordIsRippedFromTheWizardThroughJack)
@@ -22,20 +40,10 @@ TEST (CapturePageJack, aRecordIsRippedFromTheWizardThroughJack)
     juce::String playerOutput;
     FakeDialogs dialogs;
     JackWizard jack;
-    ASSERT_NO_FATAL_FAILURE (jack.start ("page", folder));
+    ASSERT_NO_FATAL_FAILURE (openCapturePage (jack, "page", folder));
     auto& window = jack.window;
     auto* wizard = jack.wizard;
-
     auto& project = wizard->getProject();
-    ASSERT_NE (project.getCurrentAudioDevice(), nullptr);
-    ASSERT_EQ (project.getCurrentAudioDevice()->getTypeName(), "JACK");
-    project.setRootDirectory (folder.getFullPathName());
-    project.setMinSilence (1);
-    project.setSilenceLength (3);
-
-    for (int i = 0; i < 3; ++i)
-        clickAndWait (wizard->nextButton);
-    ASSERT_EQ (MainComponent::currentPage, 3);
     auto& page = *wizard->page1;
 
     // Calibrate over a quiet lead-in. It plays with the server freewheeling, which then pauses its
@@ -122,4 +130,60 @@ TEST (CapturePageJack, aRecordIsRippedFromTheWizardThroughJack)
     clickAndWait (wizard->nextButton);
     EXPECT_EQ (MainComponent::currentPage, 4);
     EXPECT_TRUE (wizard->page2->isVisible());
+}
+
+TEST (CapturePageJack, xrunsOfTheServerShowOnTheCapturePageAndStayWithTheTrack)
+{
+    const auto folder = testHome().getChildFile ("rips");
+    ASSERT_TRUE (folder.createDirectory());
+
+    FakeDialogs dialogs;
+    JackWizard jack;
+    ASSERT_NO_FATAL_FAILURE (openCapturePage (jack, "xruns", folder));
+    auto* wizard = jack.wizard;
+    auto& project = wizard->getProject();
+    project.setThreshold (5);
+    auto& page = *wizard->page1;
+    EXPECT_FALSE (page.dropoutIndicator.isVisible());
+
+    clickAndWait (page.captureButton);
+    ASSERT_TRUE (page.isCapturing());
+
+    // The record plays in real time, and the player's cycle stalls for a tenth of a second once
+    // a second of it: the server misses its deadlines, as on a machine too busy for it.
+    juce::ChildProcess player;
+    ASSERT_TRUE (player.start (juce::StringArray{
+        GROOVESMITH_RECORD_PLAYER, "--record",
+        ("silence:" + std::to_string (second / 2) + "," + toneSegment (440, 660, 0.5, 6 * second)).c_str(),
+        "--stall-every", std::to_string (second).c_str(), "--stall-ms", "100" }));
+
+    juce::String shown;
+    bool savedTheIndicator = false;
+    const bool seen = pumpUntil (
+        [&]
+        {
+            if (page.dropoutIndicator.isVisible() && page.trackCounter.getText().startsWith ("Track 1"))
+            {
+                shown = page.dropoutIndicator.getText();
+                if (! savedTheIndicator)
+                    saveSnapshot (jack.window, "capture-page-dropouts-jack");
+                savedTheIndicator = true;
+            }
+            return savedTheIndicator && ! player.isRunning();
+        },
+        60000);
+    const auto output = player.readAllProcessOutput();
+    player.waitForProcessToFinish (60000);
+    ASSERT_TRUE (seen) << "player: " << output << "\njackd: " << folder.getChildFile ("jackd.log").loadFileAsString();
+
+    EXPECT_TRUE (shown.startsWith ("Dropouts: ")) << shown;
+    EXPECT_GE (shown.fromFirstOccurrenceOf (": ", false, false).getIntValue(), 1) << shown;
+    EXPECT_GT (project.getCurrentAudioDevice()->getXRunCount(), 0);
+
+    // The capture ends; the track keeps its count for the session, and the indicator goes.
+    page.captureButton.triggerClick();
+    ASSERT_TRUE (pumpUntil ([&project] { return ! project.captureRunning; }));
+    EXPECT_FALSE (page.dropoutIndicator.isVisible());
+    ASSERT_GE (project.trackCount(), 1);
+    EXPECT_GE (DropoutLog::countFor (project.trackPath (0)), 1);
 }

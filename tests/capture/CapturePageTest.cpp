@@ -1,5 +1,7 @@
 #include "CaptureRunFixture.h"
+#include "capture/DropoutLog.h"
 #include "capture/Page1.h"
+#include "support/Snapshots.h"
 #include "support/WizardFixture.h"
 
 using namespace capture_test;
@@ -439,9 +441,14 @@ TEST_F (CapturePageTest, aDriverErrorDuringACaptureStopsTheEngineAndListsTheFile
     ASSERT_TRUE (contents.valid);
     EXPECT_EQ (contents.left.size(), (size_t) (14 * blockSize));
 
-    // The page is idle again: Capture starts a new run.
+    // The device that failed was closed, so that its driver no longer calls back.
+    EXPECT_EQ (project().getCurrentAudioDevice(), nullptr);
+
+    // The page is idle again: Capture opens the device again and starts a new run.
     AudioCallback::setClock (&advancingClock);
     click (page->captureButton);
+    device = dynamic_cast<FakeAudioDevice*> (project().getCurrentAudioDevice());
+    ASSERT_NE (device, nullptr);
     feedSilence (1);
     EXPECT_TRUE (page->isCapturing());
     EXPECT_TRUE (project().captureRunning);
@@ -472,4 +479,130 @@ TEST (CapturePageTime, theCounterCountsSecondsAt44100Whatever)
     EXPECT_EQ (Page1::timeText (0), "0.00");
     EXPECT_EQ (Page1::timeText (44100 * 60), "1:00.00");
     EXPECT_EQ (Page1::timeText (44100 * 609 + 441 * 5), "10:09.05");
+}
+
+TEST_F (CapturePageTest, aDeviceCallingBackInATightLoopDuringATestIsClosedAfterTheDriverError)
+{
+    click (page->testButton);
+    ASSERT_TRUE (page->isTesting());
+
+    // The driver goes wrong: its thread calls back with no pause, each block in the same
+    // millisecond, until the device is closed.
+    AudioCallback::setClock (&frozenClock);
+    device->startDriverLoop();
+    ASSERT_TRUE (pumpUntil ([this] { return ! dialogs.alerts().empty(); }));
+    EXPECT_EQ (dialogs.alerts()[0].title, "Driver error !");
+
+    // The page stopped the run, and the stop closed the device: its thread is gone with it.
+    ASSERT_TRUE (pumpUntil ([this] { return project().getCurrentAudioDevice() == nullptr; }));
+    EXPECT_FALSE (Audio::getInstance()->isStarted());
+    const int blocks = FakeAudioDevice::driverLoopBlocks().load();
+    EXPECT_GT (blocks, 10);
+    runMessageLoopFor (50);
+    EXPECT_EQ (FakeAudioDevice::driverLoopBlocks().load(), blocks);
+    pumpUntil ([this] { return ! page->isTesting(); });
+    EXPECT_FALSE (page->isTesting());
+
+    // Test again: the device is opened again and its blocks reach the meters.
+    AudioCallback::setClock (&advancingClock);
+    click (page->testButton);
+    device = dynamic_cast<FakeAudioDevice*> (project().getCurrentAudioDevice());
+    ASSERT_NE (device, nullptr);
+    EXPECT_TRUE (page->isTesting());
+    feedTones (2);
+    EXPECT_GT (project().levelPair[0], 0.0f);
+    click (page->testButton);
+    pumpMessages();
+    EXPECT_FALSE (page->isTesting());
+}
+
+//==============================================================================
+namespace
+{
+/** Every control and mark of the page, with what it is called, for overlap checks. */
+std::vector<std::pair<juce::String, juce::Component*>> pageControls (Page1& page)
+{
+    std::vector<std::pair<juce::String, juce::Component*>> controls{
+        { "title", &page.titleLabel },       { "instruction", &page.testLabel }, { "left meter", &page.leftMeter },
+        { "right meter", &page.rightMeter }, { "lamp", &page.tooHighMeter },     { "preview", &page.waveformGroup },
+        { "waveform", &page.waveform },      { "Capture", &page.captureButton }, { "Next", &page.nextTrackButton },
+        { "Param", &page.paramButton },      { "Rumble", &page.rumbleButton },   { "Echo", &page.echoButton },
+        { "counter", &page.trackCounter },   { "Test", &page.testButton },       { "Calibrate", &page.calibrateButton }
+    };
+    for (auto* mark : page.scaleLabels)
+        controls.push_back ({ mark->getName(), mark });
+    return controls;
+}
+} // namespace
+
+TEST_F (CapturePageTest, dropoutsShowInASmallIndicatorOnlyWhileTheyHappen)
+{
+    const auto before = pageControls (*page);
+    std::vector<juce::Rectangle<int>> boundsBefore;
+    for (const auto& [name, control] : before)
+        boundsBefore.push_back (control->getBounds());
+
+    EXPECT_FALSE (page->dropoutIndicator.isVisible());
+    click (page->captureButton);
+    feedTones (5);
+    page->dropoutIndicator.update();
+    EXPECT_FALSE (page->dropoutIndicator.isVisible());
+
+    // The device misses two deadlines: the next block shows it.
+    device->addXRuns (2);
+    feedTones (1);
+    ASSERT_TRUE (pumpUntil ([this] { return page->dropoutIndicator.isVisible(); }));
+    EXPECT_EQ (page->dropoutIndicator.getText(), "Dropouts: 2");
+    EXPECT_EQ (counter(), "Track 1 (0.50)");
+    saveSnapshot (*wizard, "capture-page-dropouts");
+
+    // It sits in a strip of its own: every control keeps its place, and none lies under it.
+    EXPECT_EQ (page->dropoutIndicator.getBounds(), juce::Rectangle<int> (230, 61, 190, 18));
+    const auto after = pageControls (*page);
+    for (size_t i = 0; i < after.size(); ++i)
+    {
+        EXPECT_EQ (after[i].second->getBounds(), boundsBefore[i]) << after[i].first;
+        EXPECT_FALSE (after[i].second->getBounds().intersects (page->dropoutIndicator.getBounds())) << after[i].first;
+    }
+    EXPECT_TRUE (page->getLocalBounds().contains (page->dropoutIndicator.getBounds()));
+
+    // One more: the count goes on. Three seconds of audio with none, and it goes.
+    device->addXRuns (1);
+    feedTones (1);
+    page->dropoutIndicator.update();
+    EXPECT_EQ (page->dropoutIndicator.getText(), "Dropouts: 3");
+    feedTones (29);
+    page->dropoutIndicator.update();
+    EXPECT_TRUE (page->dropoutIndicator.isVisible());
+    feedTones (1);
+    page->dropoutIndicator.update();
+    EXPECT_FALSE (page->dropoutIndicator.isVisible());
+
+    // Back when they come back; gone at the end of the run.
+    device->addXRuns (1);
+    feedTones (1);
+    ASSERT_TRUE (pumpUntil ([this] { return page->dropoutIndicator.isVisible(); }));
+    EXPECT_EQ (page->dropoutIndicator.getText(), "Dropouts: 4");
+    click (page->captureButton);
+    pumpMessages();
+    EXPECT_FALSE (page->dropoutIndicator.isVisible());
+
+    // The count of the track stays for the session.
+    const auto track1 = folder.getChildFile ("Track1.wav").getFullPathName();
+    EXPECT_EQ (DropoutLog::countFor (track1), 4);
+    ASSERT_EQ (project().trackCount(), 1);
+}
+
+TEST_F (CapturePageTest, dropoutsDuringATestShowTooButBelongToNoTrack)
+{
+    click (page->testButton);
+    feedTones (2);
+    device->addXRuns (1);
+    feedTones (1);
+    ASSERT_TRUE (pumpUntil ([this] { return page->dropoutIndicator.isVisible(); }));
+    EXPECT_EQ (page->dropoutIndicator.getText(), "Dropouts: 1");
+    EXPECT_EQ (DropoutLog::all().size(), 0);
+    click (page->testButton);
+    pumpMessages();
+    EXPECT_FALSE (page->dropoutIndicator.isVisible());
 }

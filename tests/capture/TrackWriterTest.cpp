@@ -182,22 +182,24 @@ TEST_F (TrackWriterFiles, theFileStreamBuffersThirtyTwoKilobytes)
     const auto file = folder.getChildFile ("Track1.wav");
     const std::vector<float> block (1000, 0.25f); // 4000 bytes of sound a block
 
-    // Nothing reaches the disk until the buffer is full.
-    int blocks = 0;
-    while (file.getSize() == 0 && blocks < 20)
+    // The header is on the disk at once; the blocks wait in the buffer while they fit.
+    writeBlock (*writer, block, block);
+    const auto header = file.getSize();
+    EXPECT_EQ (header, 104);
+    int blocks = 1;
+    while (file.getSize() == header && blocks < 20)
     {
         writeBlock (*writer, block, block);
         ++blocks;
     }
 
-    // The block that overflowed the buffer flushed what was in it: the header and the blocks
-    // before it, which fit in 32768 bytes where one more would not.
-    const auto flushed = file.getSize();
-    const auto header = flushed - (blocks - 1) * 4000;
-    EXPECT_GT (header, 0);
-    EXPECT_LT (header, 200);
+    // The block that would have overflowed the buffer sent the blocks before it to the disk
+    // first, with their header: they fit in 32768 bytes where one more would not.
+    const auto flushed = file.getSize() - header;
+    EXPECT_EQ (flushed, (blocks - 1) * 4000);
     EXPECT_LT (flushed, TrackWriter::streamBufferSize);
     EXPECT_GE (flushed + 4000, TrackWriter::streamBufferSize);
+    EXPECT_EQ (readWav (file).left.size(), (size_t) (blocks - 1) * 1000);
     writer->close();
     EXPECT_EQ (readWav (file).left.size(), (size_t) blocks * 1000);
 }

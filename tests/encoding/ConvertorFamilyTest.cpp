@@ -175,7 +175,7 @@ TEST_F (ConvertorFamilyTest, theItunesMissingBoxLinksToTheDownloadPage)
 
 TEST_F (ConvertorFamilyTest, theItunesMissingBoxSpeaksTheUsersLanguage)
 {
-    project.strings = std::make_unique<juce::LocalisedStrings> (
+    project.strings = std::make_unique<LanguageStrings> (
         juce::String::fromUTF8 ("language: French\n"
                                 "\"Itunes not found\" = \"Itunes introuvable\"\n"
                                 "\"Itunes Download page\" = \"Page de téléchargement\"\n"
@@ -222,12 +222,11 @@ TEST_F (ConvertorFamilyTest, everyWorkerShowsItsTitleAProgressBarAndAnUntranslat
 
 TEST_F (ConvertorFamilyTest, workerTitlesAreTranslatedButCancelIsNot)
 {
-    project.strings =
-        std::make_unique<juce::LocalisedStrings> ("language: French\n"
-                                                  "\"Converting to flac...\" = \"Conversion en flac...\"\n"
-                                                  "\"Converting to WAV...\" = \"Conversion en WAV...\"\n"
-                                                  "\"Cancel\" = \"Annuler\"\n",
-                                                  false);
+    project.strings = std::make_unique<LanguageStrings> ("language: French\n"
+                                                         "\"Converting to flac...\" = \"Conversion en flac...\"\n"
+                                                         "\"Converting to WAV...\" = \"Conversion en WAV...\"\n"
+                                                         "\"Cancel\" = \"Annuler\"\n",
+                                                         false);
 
     FlacConvertorThread flac ("/a.wav", "/a.flac", &project);
     WavConvertorThread wav ("/a.flac", "/a.wav", &project);

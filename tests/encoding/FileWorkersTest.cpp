@@ -81,12 +81,11 @@ using StatusKeepingCopy = StatusKeeping<CopyMyFile>;
 TEST_F (FileWorkersTest, theCopyWindowSpeaksTheUsersLanguageButCancelDoesNot)
 {
     Project project;
-    project.strings =
-        std::make_unique<juce::LocalisedStrings> ("language: French\n"
-                                                  "\"Copying...\" = \"Copie...\"\n"
-                                                  "\"Copying current track...\" = \"Copie du morceau...\"\n"
-                                                  "\"Cancel\" = \"Annuler\"\n",
-                                                  false);
+    project.strings = std::make_unique<LanguageStrings> ("language: French\n"
+                                                         "\"Copying...\" = \"Copie...\"\n"
+                                                         "\"Copying current track...\" = \"Copie du morceau...\"\n"
+                                                         "\"Cancel\" = \"Annuler\"\n",
+                                                         false);
     const auto source = makeFile ("Track1.wav", "RIFF and some bytes");
     const auto destination = folder.getChildFile ("Copy.wav");
 

@@ -1,54 +1,12 @@
 // The real windows behind the dialog seam: what the program shows when no test answers for it.
 #include "project/Dialogs.h"
+#include "support/AlertAnswerer.h"
 #include "support/TestHelpers.h"
 
 #include <gtest/gtest.h>
 
-namespace
-{
-/** Answers the alert window that becomes modal, by pressing the button with this text. */
-class AlertAnswerer : private juce::Timer
-{
-public:
-    explicit AlertAnswerer (juce::String buttonToPress, std::function<void (juce::AlertWindow&)> inspect = {})
-        : button (std::move (buttonToPress)),
-          inspectWindow (std::move (inspect))
-    {
-        startTimer (20);
-    }
-
-    juce::String title;
-    int buttons = 0;
-    bool answered = false;
-
-private:
-    void timerCallback() override
-    {
-        auto* window = dynamic_cast<juce::AlertWindow*> (juce::Component::getCurrentlyModalComponent());
-        if (window == nullptr)
-            return;
-
-        stopTimer();
-        title = window->getName();
-        buttons = window->getNumButtons();
-        if (inspectWindow)
-            inspectWindow (*window);
-
-        for (auto* child : window->getChildren())
-        {
-            if (auto* candidate = dynamic_cast<juce::TextButton*> (child);
-                candidate != nullptr && candidate->getButtonText() == button)
-            {
-                answered = true;
-                candidate->triggerClick();
-            }
-        }
-    }
-
-    juce::String button;
-    std::function<void (juce::AlertWindow&)> inspectWindow;
-};
-} // namespace
+#include <atomic>
+#include <thread>
 
 TEST (RealDialogs, theErrorBoxIsAModalAlertWithItsTitleAndButton)
 {
@@ -103,4 +61,190 @@ TEST (RealDialogs, aBoxAskedFromAnotherThreadShowsOnTheMessageThreadAndWaitsForT
     EXPECT_TRUE (returned);
     EXPECT_TRUE (answerer.answered);
     EXPECT_EQ (answerer.title, "End Capture");
+}
+
+//==============================================================================
+namespace
+{
+/** A thread that asks "End Capture" as the audio callback does, and what it got back. */
+struct AskingThread
+{
+    explicit AskingThread (AlertWithdrawal& withdrawal)
+        : thread (
+              [this, &withdrawal]
+              {
+                  AlertRequest request;
+                  request.icon = juce::MessageBoxIconType::WarningIcon;
+                  request.title = "End Capture";
+                  request.message = "No more stream detected";
+                  request.buttons.push_back ({ "ok", 7, juce::KeyPress (juce::KeyPress::returnKey) });
+                  request.withdrawal = &withdrawal;
+                  result = Dialogs::get().runAlert (request);
+                  returned = true;
+              })
+    {
+    }
+
+    ~AskingThread()
+    {
+        if (thread.joinable())
+            thread.join();
+    }
+
+    /** Waits, without letting the message loop run, until the asking thread waits. */
+    static bool waitUntilWaiting (const AlertWithdrawal& withdrawal)
+    {
+        for (int i = 0; i < 5000 && ! withdrawal.isWaiting(); ++i)
+            juce::Thread::sleep (1);
+        return withdrawal.isWaiting();
+    }
+
+    std::atomic<int> result{ -1 };
+    std::atomic<bool> returned{ false };
+    std::thread thread;
+};
+
+/** Lets the message loop run until `done` says so, at most ten seconds. */
+bool runUntil (const std::function<bool()>& done)
+{
+    for (int i = 0; i < 1000 && ! done(); ++i)
+        runMessageLoopFor (10);
+    return done();
+}
+
+/** True when an alert window is modal now. */
+bool anAlertIsShowing()
+{
+    return dynamic_cast<juce::AlertWindow*> (juce::Component::getCurrentlyModalComponent()) != nullptr;
+}
+} // namespace
+
+TEST (RealDialogs, anAnsweredBoxReturnsItsButtonToTheAskingThread)
+{
+    AlertAnswerer answerer ("ok");
+    AlertWithdrawal withdrawal;
+    AskingThread asking (withdrawal);
+
+    ASSERT_TRUE (runUntil ([&asking] { return asking.returned.load(); }));
+    EXPECT_EQ (asking.result, 7);
+    EXPECT_TRUE (answerer.answered);
+    EXPECT_EQ (answerer.title, "End Capture");
+    EXPECT_FALSE (withdrawal.isWaiting());
+}
+
+TEST (RealDialogs, aBoxWithdrawnBeforeItOpensIsNeverShownAndTheAskingThreadGoesOnAtOnce)
+{
+    AlertAnswerer watcher (std::map<juce::String, juce::String>{});
+    AlertWithdrawal withdrawal;
+    AskingThread asking (withdrawal);
+
+    // The message thread is busy while the box is asked; then it withdraws it, before its
+    // message to show the box has been delivered.
+    ASSERT_TRUE (AskingThread::waitUntilWaiting (withdrawal));
+    withdrawal.withdraw();
+    asking.thread.join();
+    EXPECT_TRUE (asking.returned);
+    EXPECT_EQ (asking.result, 0);
+
+    // The message that would have shown it arrives and shows nothing.
+    runMessageLoopFor (200);
+    EXPECT_TRUE (watcher.titlesSeen.isEmpty()) << watcher.titlesSeen.joinIntoString (", ");
+    EXPECT_FALSE (anAlertIsShowing());
+}
+
+TEST (RealDialogs, aBoxWithdrawnWhileItShowsIsClosed)
+{
+    AlertWithdrawal withdrawal;
+
+    // Withdrawn from inside the box's own loop, as a message handled while it shows would be.
+    WhenShowing whenShowing ("End Capture", [&withdrawal] { withdrawal.withdraw(); });
+    AskingThread asking (withdrawal);
+
+    ASSERT_TRUE (runUntil ([&asking] { return asking.returned.load() && ! anAlertIsShowing(); }));
+    EXPECT_TRUE (whenShowing.done);
+    EXPECT_EQ (asking.result, 0);
+}
+
+TEST (RealDialogs, aBoxWithdrawnFromAnotherThreadWhileItShowsIsClosed)
+{
+    AlertWithdrawal withdrawal;
+    std::thread other;
+    WhenShowing whenShowing ("End Capture",
+                             [&withdrawal, &other] { other = std::thread ([&withdrawal] { withdrawal.withdraw(); }); });
+    AskingThread asking (withdrawal);
+
+    ASSERT_TRUE (runUntil ([&asking] { return asking.returned.load() && ! anAlertIsShowing(); }));
+    other.join();
+    EXPECT_TRUE (whenShowing.done);
+    EXPECT_EQ (asking.result, 0);
+}
+
+TEST (RealDialogs, aWithdrawalRefusesLaterBoxesUntilTheyAreAllowedAgain)
+{
+    AlertWithdrawal withdrawal;
+    withdrawal.withdraw();
+    EXPECT_TRUE (withdrawal.isWithdrawn());
+
+    // Refused at once, with nothing shown and no message loop needed.
+    {
+        AskingThread asking (withdrawal);
+        asking.thread.join();
+        EXPECT_EQ (asking.result, 0);
+    }
+    runMessageLoopFor (100);
+    EXPECT_FALSE (anAlertIsShowing());
+
+    withdrawal.allow();
+    AlertAnswerer answerer ("ok");
+    AskingThread asking (withdrawal);
+    ASSERT_TRUE (runUntil ([&asking] { return asking.returned.load(); }));
+    EXPECT_EQ (asking.result, 7);
+    EXPECT_TRUE (answerer.answered);
+}
+
+TEST (RealDialogs, aWithdrawalRacingTheBoxFromTwoThreadsAlwaysEndsTheWait)
+{
+    // The withdrawal comes at every moment around the box: before it is asked, while its message
+    // waits, while it opens, while it shows. Each time the asking thread returns and no box stays.
+    juce::Random random (13);
+    for (int round = 0; round < 40; ++round)
+    {
+        AlertWithdrawal withdrawal;
+        const int delayMs = random.nextInt (30);
+        std::thread withdrawing (
+            [&withdrawal, delayMs]
+            {
+                juce::Thread::sleep (delayMs);
+                withdrawal.withdraw();
+            });
+        AskingThread asking (withdrawal);
+
+        const bool ended = runUntil ([&asking] { return asking.returned.load() && ! anAlertIsShowing(); });
+        withdrawing.join();
+        ASSERT_TRUE (ended) << "round " << round << ", withdrawn after " << delayMs << " ms";
+        EXPECT_EQ (asking.result, 0) << "round " << round;
+    }
+}
+
+TEST (RealDialogs, withdrawalsNestSoThatAlertsComeBackOnlyOnceEveryOneHasEnded)
+{
+    // Two threads may each take the box back around a wait of their own: the first to finish
+    // must not let the audio thread ask again while the other still waits for it.
+    AlertWithdrawal withdrawal;
+    withdrawal.withdraw();
+    withdrawal.withdraw();
+    withdrawal.allow();
+    EXPECT_TRUE (withdrawal.isWithdrawn());
+    {
+        AskingThread asking (withdrawal);
+        asking.thread.join();
+        EXPECT_EQ (asking.result, 0);
+    }
+    withdrawal.allow();
+    EXPECT_FALSE (withdrawal.isWithdrawn());
+
+    // An allow too many changes nothing.
+    withdrawal.allow();
+    withdrawal.withdraw();
+    EXPECT_TRUE (withdrawal.isWithdrawn());
 }

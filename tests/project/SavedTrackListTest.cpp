@@ -180,7 +180,7 @@ TEST_F (SavedTrackListTest, everyMissingTrackIsReportedOnALineOfItsOwn)
 
 TEST_F (SavedTrackListTest, theFailureMessageIsTranslated)
 {
-    project.strings = std::make_unique<juce::LocalisedStrings> (
+    project.strings = std::make_unique<LanguageStrings> (
         juce::String::fromUTF8 ("language: French\n\"Failed to load track(s) : \" = \"Pistes non chargées : \"\n"),
         false);
     writeSaved ("/music/gone.wav\r\n");

@@ -4,6 +4,8 @@
 // from a thread of its own, in place of a real driver.
 #include <juce_audio_devices/juce_audio_devices.h>
 
+#include <atomic>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -28,6 +30,13 @@ public:
         if (background != nullptr)
             background->deviceGoes();
         close();
+    }
+
+    /** Blocks delivered by the driver loops of every device of this kind, while they ran. */
+    static std::atomic<int>& driverLoopBlocks()
+    {
+        static std::atomic<int> blocks{ 0 };
+        return blocks;
     }
 
     juce::StringArray getOutputChannelNames() override { return { "Out 1", "Out 2" }; }
@@ -59,6 +68,8 @@ public:
 
     void close() override
     {
+        // As with a real driver, closing the device ends its thread.
+        driverLoop.reset();
         stop();
         opened = false;
     }
@@ -93,6 +104,10 @@ public:
     }
 
     juce::String getLastError() override { return {}; }
+    int getXRunCount() const noexcept override { return xruns.load(); }
+
+    /** The driver reports `count` more xruns, as after missed deadlines. */
+    void addXRuns (int count) { xruns += count; }
     int getCurrentBufferSizeSamples() override { return bufferSize; }
     double getCurrentSampleRate() override { return sampleRate; }
     int getCurrentBitDepth() override { return 32; }
@@ -103,12 +118,15 @@ public:
 
     /** One block through the device's callback, as the device's thread would deliver it. The
         buffers are the device's own, as a driver's are. */
-    void deliver (const std::vector<float*>& inputs, const std::vector<float*>& outputs, int numSamples)
+    void deliver (const std::vector<float*>& inputs, const std::vector<float*>& outputs, int numSamples,
+                  const uint64_t* hostTimeNs = nullptr)
     {
         const juce::ScopedLock sl (lock);
+        juce::AudioIODeviceCallbackContext context;
+        context.hostTimeNs = hostTimeNs;
         if (callback != nullptr)
             callback->audioDeviceIOCallbackWithContext (inputs.data(), static_cast<int> (inputs.size()), outputs.data(),
-                                                        static_cast<int> (outputs.size()), numSamples, {});
+                                                        static_cast<int> (outputs.size()), numSamples, context);
     }
 
     /** Runs blocks with silent inputs and returns what reached the two outputs, one block after
@@ -177,7 +195,59 @@ public:
 
     std::unique_ptr<BackgroundBlocks> runBlocksInBackground() { return std::make_unique<BackgroundBlocks> (*this); }
 
+    /** What a driver loop puts in the inputs of its block number `index` (they come cleared). */
+    using BlockSource = std::function<void (int index, juce::AudioBuffer<float>& inputs)>;
+
+    /** A thread of the device's own delivers blocks, as a driver's thread does, until the device
+        is closed: their inputs from `source` (silence without one), with `pauseMs` between them.
+        With no pause it is a driver gone wrong, calling back in a tight loop. */
+    void startDriverLoop (BlockSource source = {}, int pauseMs = 0)
+    {
+        driverLoop = std::make_unique<DriverLoop> (*this, std::move (source), pauseMs);
+    }
+
+    bool isDriverLoopRunning() const { return driverLoop != nullptr; }
+
 private:
+    class DriverLoop : private juce::Thread
+    {
+    public:
+        DriverLoop (FakeAudioDevice& deviceToRun, BlockSource sourceToUse, int pause)
+            : juce::Thread ("Test driver loop"),
+              device (deviceToRun),
+              source (std::move (sourceToUse)),
+              pauseMs (pause)
+        {
+            startThread();
+        }
+
+        ~DriverLoop() override { stopThread (10000); }
+
+    private:
+        void run() override
+        {
+            const int size = device.bufferSize;
+            juce::AudioBuffer<float> inputs (juce::jmax (1, device.numInputs), size), outputs (2, size);
+
+            for (int index = 0; ! threadShouldExit(); ++index)
+            {
+                inputs.clear();
+                if (source)
+                    source (index, inputs);
+                std::vector<float*> inputPointers (inputs.getArrayOfWritePointers(),
+                                                   inputs.getArrayOfWritePointers() + device.numInputs);
+                device.deliver (inputPointers, { outputs.getWritePointer (0), outputs.getWritePointer (1) }, size);
+                ++driverLoopBlocks();
+                if (pauseMs > 0)
+                    wait (pauseMs);
+            }
+        }
+
+        FakeAudioDevice& device;
+        BlockSource source;
+        const int pauseMs;
+    };
+
     const int numInputs;
     juce::Array<double> rates;
     double sampleRate;
@@ -187,6 +257,8 @@ private:
     juce::CriticalSection lock;
     juce::AudioIODeviceCallback* callback = nullptr;
     BackgroundBlocks* background = nullptr;
+    std::atomic<int> xruns{ 0 };
+    std::unique_ptr<DriverLoop> driverLoop;
 };
 
 /** The device type "Test", with one device. */

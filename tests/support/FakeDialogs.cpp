@@ -22,6 +22,10 @@ void FakeDialogs::chooseNextFiles (const juce::Array<juce::File>& files)
 
 int FakeDialogs::runAlert (AlertRequest& request)
 {
+    // As with the real windows, an alert taken back is never shown: it returns 0 at once.
+    if (request.withdrawal != nullptr && request.withdrawal->isWithdrawn())
+        return 0;
+
     Alert alert;
     alert.icon = request.icon;
     alert.title = request.title;

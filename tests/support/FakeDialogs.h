@@ -8,7 +8,8 @@
 /**
     The tests' dialogs: each alert is recorded and answered from a script, by the text of the
     button to press; file choosers take scripted files. What nothing scripted is answered with
-    the first button, or a cancelled chooser.
+    the first button, or a cancelled chooser. An alert whose withdrawal is in force returns 0
+    and is not recorded, since the real windows would never show it.
 */
 class FakeDialogs : public Dialogs
 {

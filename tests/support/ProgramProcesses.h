@@ -32,7 +32,7 @@ inline bool noInstanceRunning()
 }
 
 /** Asks `condition` every 50 ms until it holds or the time is up; the last answer. */
-inline bool waitFor (std::function<bool()> condition, int milliseconds)
+inline bool waitFor (const std::function<bool()>& condition, int milliseconds)
 {
     const auto end = juce::Time::getMillisecondCounter() + (juce::uint32) milliseconds;
     while (juce::Time::getMillisecondCounter() < end)
@@ -52,6 +52,23 @@ inline juce::String outputOf (const juce::StringArray& command, int milliseconds
         return {};
     const auto output = process.readAllProcessOutput();
     return process.waitForProcessToFinish (milliseconds) ? output : juce::String();
+}
+
+/** The windows whose titles match `pattern` (xdotool's), visible ones only; with `topLevel`,
+    only those directly on the screen. Their ids, or none when xdotool fails. */
+inline juce::StringArray findWindows (const juce::String& pattern, bool topLevel = false)
+{
+    juce::StringArray command{ "xdotool", "search", "--onlyvisible" };
+    if (topLevel)
+        command.addArray ({ "--maxdepth", "1" });
+    command.addArray ({ "--name", pattern });
+
+    juce::ChildProcess search;
+    if (! search.start (command))
+        return {};
+    auto lines = juce::StringArray::fromLines (search.readAllProcessOutput());
+    lines.removeEmptyStrings();
+    return lines;
 }
 
 /**

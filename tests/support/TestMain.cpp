@@ -3,6 +3,7 @@
 // of its own or the whole binary runs in one. JUCE's message system, which the program's windows
 // and timers need, lives as long as the process.
 #include "capture/AudioCallback.h"
+#include "capture/DropoutLog.h"
 #include "project/Project.h"
 #include "support/TestHelpers.h"
 
@@ -69,6 +70,7 @@ public:
         // The program's process-wide memories start from rest, as in a process of its own.
         Project::resetSmoothedLevels();
         AudioCallback::resetSameMillisecondCount();
+        DropoutLog::clear();
     }
 
     void OnTestEnd (const ::testing::TestInfo&) override

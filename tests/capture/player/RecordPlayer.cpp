@@ -8,6 +8,11 @@
 //       ports and exits once it has played it.
 //       With --freewheel the server runs as fast as the clients allow; the sleep in each cycle
 //       keeps the cycles a little apart.
+//       --stall-every FRAMES --stall-ms MS: in real time, the cycle that passes each multiple of
+//       FRAMES of the record sleeps MS milliseconds, longer than a cycle lasts, so that the
+//       server misses its deadline (an xrun) as a busy machine would make it.
+//       --position-file PATH: the frames played so far are written to PATH, a hundred times a
+//       second, for a test that has to know how much of the record went out.
 #include "Record.h"
 
 #include <jack/jack.h>
@@ -31,8 +36,10 @@ struct Player
     std::atomic<bool> playing{ false };
     std::atomic<bool> finished{ false };
     std::atomic<bool> freewheeling{ false };
-    std::int64_t position = 0;
+    std::atomic<std::int64_t> position{ 0 };
     unsigned cycleSleepMicroseconds = 0;
+    std::int64_t stallEvery = 0;
+    unsigned stallMicroseconds = 0;
 };
 
 int process (jack_nframes_t frames, void* argument)
@@ -43,10 +50,14 @@ int process (jack_nframes_t frames, void* argument)
 
     if (player.playing.load())
     {
-        player.record->render (player.position, static_cast<int> (frames), left, right);
-        player.position += frames;
-        if (player.position >= player.record->getLength())
+        const auto position = player.position.load();
+        player.record->render (position, static_cast<int> (frames), left, right);
+        player.position = position + frames;
+        if (position + frames >= player.record->getLength())
             player.finished = true;
+
+        if (player.stallEvery > 0 && (position + frames) / player.stallEvery != position / player.stallEvery)
+            usleep (player.stallMicroseconds);
     }
     else
     {
@@ -59,6 +70,18 @@ int process (jack_nframes_t frames, void* argument)
         usleep (player.cycleSleepMicroseconds);
 
     return 0;
+}
+
+/** Writes the frames played so far to `path`, whole or not at all. */
+void writePosition (const std::string& path, std::int64_t position)
+{
+    const auto temporary = path + ".new";
+    if (auto* file = std::fopen (temporary.c_str(), "w"))
+    {
+        std::fprintf (file, "%lld\n", static_cast<long long> (position));
+        std::fclose (file);
+        std::rename (temporary.c_str(), path.c_str());
+    }
 }
 
 void freewheelChanged (int starting, void* argument)
@@ -106,9 +129,10 @@ std::vector<std::string> listeners (jack_client_t* client, int index)
 
 int main (int argc, char** argv)
 {
-    std::string description;
+    std::string description, positionFile;
     bool freewheel = false, probe = false;
-    unsigned cycleSleep = 0;
+    unsigned cycleSleep = 0, stallMilliseconds = 0;
+    std::int64_t stallEvery = 0;
 
     for (int i = 1; i < argc; ++i)
     {
@@ -121,6 +145,12 @@ int main (int argc, char** argv)
             description = argv[++i];
         else if (argument == "--cycle-sleep-us" && i + 1 < argc)
             cycleSleep = static_cast<unsigned> (std::stoul (argv[++i]));
+        else if (argument == "--stall-every" && i + 1 < argc)
+            stallEvery = std::stoll (argv[++i]);
+        else if (argument == "--stall-ms" && i + 1 < argc)
+            stallMilliseconds = static_cast<unsigned> (std::stoul (argv[++i]));
+        else if (argument == "--position-file" && i + 1 < argc)
+            positionFile = argv[++i];
     }
 
     if (probe)
@@ -148,6 +178,8 @@ int main (int argc, char** argv)
     }
     player.record = &record;
     player.cycleSleepMicroseconds = freewheel ? cycleSleep : 0;
+    player.stallEvery = freewheel ? 0 : stallEvery;
+    player.stallMicroseconds = stallMilliseconds * 1000;
 
     player.outputs[0] = jack_port_register (player.client, "out_1", JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0);
     player.outputs[1] = jack_port_register (player.client, "out_2", JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0);
@@ -202,7 +234,13 @@ int main (int argc, char** argv)
     // Four hours of audio at most, even in real time.
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::hours (4);
     while (! player.finished.load() && std::chrono::steady_clock::now() < deadline)
+    {
+        if (! positionFile.empty())
+            writePosition (positionFile, player.position.load());
         std::this_thread::sleep_for (std::chrono::milliseconds (10));
+    }
+    if (! positionFile.empty())
+        writePosition (positionFile, player.position.load());
 
     if (freewheel)
     {
@@ -224,7 +262,7 @@ int main (int argc, char** argv)
     jack_deactivate (player.client);
     jack_client_close (player.client);
 
-    std::printf ("played %lld frames to %zu ports\n", static_cast<long long> (player.position),
+    std::printf ("played %lld frames to %zu ports\n", static_cast<long long> (player.position.load()),
                  targets[0].size() + targets[1].size());
     return complete ? 0 : 5;
 }
