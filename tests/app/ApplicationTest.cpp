@@ -115,6 +115,8 @@ TEST (Application, aSecondStartShowsNothingAndEnds)
 {
     const juce::File program (GROOVESMITH_EXECUTABLE);
     ASSERT_TRUE (program.existsAsFile());
+    const ProgramTurn turn;
+    ASSERT_TRUE (turn.isHeld());
     ASSERT_TRUE (waitFor (noInstanceRunning, 120000)) << "Groove Smith is already running on this machine";
 
     // A display of this test's own, so that other tests' windows do not count.

@@ -19,12 +19,12 @@ juce::File buildPackage (const juce::File& folder)
     juce::ChildProcess cpack;
     const juce::File config (juce::String (GROOVESMITH_BUILD_DIR) + "/CPackConfig.cmake");
     if (! config.existsAsFile() ||
-        ! cpack.start (juce::StringArray{ "cpack", "-G", "DEB", "--config", config.getFullPathName(), "-B",
-                                          folder.getFullPathName() }))
+        ! cpack.start (juce::StringArray{ "timeout", "-k", "5", "300", "cpack", "-G", "DEB", "--config",
+                                          config.getFullPathName(), "-B", folder.getFullPathName() }))
         return {};
 
     const auto log = cpack.readAllProcessOutput();
-    if (! cpack.waitForProcessToFinish (100000) || cpack.getExitCode() != 0)
+    if (! cpack.waitForProcessToFinish (310000) || cpack.getExitCode() != 0)
     {
         ADD_FAILURE() << "cpack failed:\n" << log;
         return {};
@@ -194,6 +194,8 @@ TEST (Package, installsTheProgramTheDebianWayAndItStartsInFrench)
         settingsWriter.getSettings().setValue ("lang", "fr");
     }
 
+    const ProgramTurn turn;
+    ASSERT_TRUE (turn.isHeld());
     ASSERT_TRUE (waitFor (noInstanceRunning, 120000)) << "Groove Smith is already running on this machine";
     const OwnDisplay display ("1024x768x24");
     ASSERT_TRUE (display.isReady());

@@ -105,6 +105,7 @@ public:
     void SetUp() override
     {
         ASSERT_TRUE (program.existsAsFile());
+        ASSERT_TRUE (turn.isHeld());
         ASSERT_TRUE (waitFor (noInstanceRunning, 120000)) << "Groove Smith is already running on this machine";
         folder = freshFolder ("rips");
         positionFile = folder.getChildFile ("position.txt");
@@ -195,6 +196,7 @@ public:
         server.reset();
     }
 
+    const ProgramTurn turn; // first made, last gone: the program ends within the turn
     const juce::File program{ GROOVESMITH_EXECUTABLE };
     juce::File folder;
     OwnDisplay display;

@@ -21,6 +21,32 @@ struct EndsWithTheTest
     }
 };
 
+/**
+    A test's turn with the real program. Tests that start it run one at a time on the machine,
+    also when CTest runs them side by side: otherwise two could both find no instance running,
+    both start one, and the single-instance rule would end one test's program. Waits up to ten
+    minutes for the turn; held until it goes.
+*/
+class ProgramTurn
+{
+public:
+    ProgramTurn()
+        : held (lock.enter (600000))
+    {
+    }
+    ~ProgramTurn()
+    {
+        if (held)
+            lock.exit();
+    }
+
+    bool isHeld() const { return held; }
+
+private:
+    juce::InterProcessLock lock{ "Groovesmith tests with the real program" };
+    bool held;
+};
+
 /** True when no instance of the program holds its single-instance lock. */
 inline bool noInstanceRunning()
 {
@@ -44,11 +70,15 @@ inline bool waitFor (const std::function<bool()>& condition, int milliseconds)
     return condition();
 }
 
-/** The output of a command, or an empty string when it cannot start or does not end in time. */
+/** The output of a command, or an empty string when it cannot start or does not end in time. The
+    command runs under coreutils' `timeout`, so that one that hangs (an X client waiting on a busy
+    server, say) is killed and cannot hold the test, and a program it watches, for good. */
 inline juce::String outputOf (const juce::StringArray& command, int milliseconds = 20000)
 {
+    juce::StringArray bounded{ "timeout", "-k", "5", juce::String (milliseconds / 1000.0, 3) };
+    bounded.addArray (command);
     juce::ChildProcess process;
-    if (! process.start (command))
+    if (! process.start (bounded))
         return {};
     const auto output = process.readAllProcessOutput();
     return process.waitForProcessToFinish (milliseconds) ? output : juce::String();
