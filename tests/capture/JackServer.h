@@ -4,6 +4,7 @@
 // the tests' JACK client that plays a generated record into the program's inputs.
 #include "app/MainComponent.h"
 #include "project/Project.h"
+#include "support/ProgramProcesses.h"
 
 #include <juce_data_structures/juce_data_structures.h>
 
@@ -14,7 +15,6 @@
 #include <fcntl.h>
 #include <string>
 #include <sys/file.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -40,26 +40,7 @@ public:
             arguments.push_back ("--sync");
         arguments.insert (arguments.end(), { "-d", "dummy", "-r", std::to_string (serverRate), "-p",
                                              std::to_string (serverBlock), "-C", "2", "-P", "2" });
-        std::vector<char*> argv;
-        for (const auto& argument : arguments)
-            argv.push_back (const_cast<char*> (argument.c_str()));
-        argv.push_back (nullptr);
-        const std::string logPath = logFile.getFullPathName().toStdString();
-
-        pid = fork();
-        if (pid == 0)
-        {
-            // The server goes with the test process, even when that one dies.
-            prctl (PR_SET_PDEATHSIG, SIGTERM);
-            const int log = open (logPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-            if (log >= 0)
-            {
-                dup2 (log, 1);
-                dup2 (log, 2);
-            }
-            execvp (argv[0], argv.data());
-            _exit (127);
-        }
+        pid = startTiedToTheTest (arguments, logFile, SIGTERM);
     }
 
     ~JackServer()

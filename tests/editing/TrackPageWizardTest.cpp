@@ -28,6 +28,8 @@ protected:
 
     void TearDown() override
     {
+        // A test that closed the program itself took the device with it.
+        if (wizard != nullptr)
         {
             auto blocks = device->runBlocksInBackground();
             wizard.reset();

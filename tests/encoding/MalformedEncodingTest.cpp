@@ -17,11 +17,7 @@
 namespace
 {
 using MalformedCorpus::Entry;
-
-std::string nameOf (const Entry& entry)
-{
-    return entry.file.getFileName().toStdString();
-}
+using MalformedCorpus::nameOf;
 
 /** A second of stereo sine, 16 bits at 44100 Hz: 176 KB of samples. */
 juce::File secondOfSound (const juce::File& folder, const juce::String& name)
@@ -59,7 +55,7 @@ TEST (MalformedFiles, TheWavConvertorDecodesOnlyWhatTheFileHolds)
 
     for (const auto& entry : entries)
     {
-        const auto before = MalformedCorpus::fingerprint (entry.file);
+        const MalformedCorpus::LeftAsFound leftAsFound (entry);
         out.deleteFile();
 
         WavConvertorThread worker (entry.file.getFullPathName(), out.getFullPathName(), &project);
@@ -72,8 +68,6 @@ TEST (MalformedFiles, TheWavConvertorDecodesOnlyWhatTheFileHolds)
         {
             EXPECT_LE (MalformedCorpus::wavFrames (out), entry.frames) << nameOf (entry);
         }
-
-        EXPECT_EQ (MalformedCorpus::fingerprint (entry.file), before) << nameOf (entry);
     }
 
     EXPECT_GT (succeeded, 150);
@@ -89,7 +83,7 @@ TEST (MalformedFiles, TheOutputConvertorsWriteOnlyWhatTheWavHolds)
 
     for (const auto& entry : entries)
     {
-        const auto before = MalformedCorpus::fingerprint (entry.file);
+        const MalformedCorpus::LeftAsFound leftAsFound (entry);
         const auto source = entry.file.getFullPathName();
 
         const auto check = [&] (ConvertorThread& worker, const juce::File& out)
@@ -127,19 +121,16 @@ TEST (MalformedFiles, TheOutputConvertorsWriteOnlyWhatTheWavHolds)
             Mp3LameConvertorThread worker (source, mp3.getFullPathName(), &project);
             worker.run();
         }
-        // The encoder brings the source's rate to 44100 Hz: a slow source lasts longer.
+        // The encoder brings the source's rate, as the program reads it, to 44100 Hz: a slow source
+        // lasts longer. (JUCE's own reader overflows on some of these headers.)
         juce::WavAudioFormat wavFormat;
-        std::unique_ptr<juce::AudioFormatReader> sourceReader (
-            entry.file.existsAsFile() ? wavFormat.createReaderFor (entry.file.createInputStream().release(), true)
-                                      : nullptr);
+        const auto sourceReader = entry.file.existsAsFile() ? AudioReaders::open (entry.file, wavFormat) : nullptr;
         if (mp3.existsAsFile() && sourceReader != nullptr && sourceReader->sampleRate >= 1.0)
         {
             const auto stretched =
                 (juce::int64) ((double) entry.frames * juce::jmax (1.0, 44100.0 / sourceReader->sampleRate));
             EXPECT_LE (mp3.getSize(), 4096 + (stretched + 3 * 1152) * 320000 / 8 / 44100) << nameOf (entry);
         }
-
-        EXPECT_EQ (MalformedCorpus::fingerprint (entry.file), before) << nameOf (entry);
     }
 
     EXPECT_GT (succeeded, 300);
@@ -211,7 +202,7 @@ TEST (MalformedFiles, ACoverThatIsNoPictureShowsNothing)
 
     for (const auto& entry : entries)
     {
-        const auto before = MalformedCorpus::fingerprint (entry.file);
+        const MalformedCorpus::LeftAsFound leftAsFound (entry);
         ThumbnailComponent preview;
         preview.setSize (80, 80);
         preview.selectedFileChanged (entry.file);
@@ -231,8 +222,6 @@ TEST (MalformedFiles, ACoverThatIsNoPictureShowsNothing)
         {
             EXPECT_NE (preview.getThumbnail(), nullptr) << nameOf (entry);
         }
-
-        EXPECT_EQ (MalformedCorpus::fingerprint (entry.file), before) << nameOf (entry);
     }
 
     EXPECT_GE (shown, 2);

@@ -11,6 +11,7 @@
 namespace
 {
 using MalformedCorpus::Entry;
+using MalformedCorpus::nameOf;
 
 /** Puts the entry where the program looks for the file: a copy, or a folder for a folder. */
 void placeAt (const Entry& entry, const juce::File& target)
@@ -22,11 +23,6 @@ void placeAt (const Entry& entry, const juce::File& target)
         target.createDirectory();
     else
         entry.file.copyFileTo (target);
-}
-
-std::string nameOf (const Entry& entry)
-{
-    return entry.file.getFileName().toStdString();
 }
 
 const Entry& named (const std::vector<Entry>& entries, const juce::String& suffix)
@@ -50,7 +46,7 @@ TEST (MalformedFiles, EverySettingsFileStartsTheProgram)
 
     for (const auto& entry : entries)
     {
-        const auto before = MalformedCorpus::fingerprint (entry.file);
+        const MalformedCorpus::LeftAsFound leftAsFound (entry);
         placeAt (entry, settings);
         int threshold = 0;
 
@@ -87,7 +83,6 @@ TEST (MalformedFiles, EverySettingsFileStartsTheProgram)
         }
 
         EXPECT_TRUE (dialogs.alerts().empty()) << nameOf (entry);
-        EXPECT_EQ (MalformedCorpus::fingerprint (entry.file), before) << nameOf (entry);
         settings.deleteRecursively();
     }
 }
@@ -143,7 +138,7 @@ TEST (MalformedFiles, EveryLanguageFileLoadsOrTranslatesNothing)
 
     for (const auto& entry : entries)
     {
-        const auto before = MalformedCorpus::fingerprint (entry.file);
+        const MalformedCorpus::LeftAsFound leftAsFound (entry);
         LanguageStrings strings (entry.file, false);
         const auto cancel = strings.translate ("Cancel");
         EXPECT_TRUE (juce::CharPointer_UTF8::isValidString (cancel.toRawUTF8(), (int) cancel.getNumBytesAsUTF8()))
@@ -157,8 +152,6 @@ TEST (MalformedFiles, EveryLanguageFileLoadsOrTranslatesNothing)
         {
             EXPECT_EQ (cancel, "Cancel") << nameOf (entry);
         }
-
-        EXPECT_EQ (MalformedCorpus::fingerprint (entry.file), before) << nameOf (entry);
     }
 
     LanguageStrings big (named (entries, "-pairs-300000.lang").file, false);

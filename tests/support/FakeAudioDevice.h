@@ -24,7 +24,13 @@ public:
         rates.insert (0, rate);
     }
 
-    ~FakeAudioDevice() override { close(); }
+    ~FakeAudioDevice() override
+    {
+        // Blocks running in the background end before the device they run on goes.
+        if (background != nullptr)
+            background->deviceGoes();
+        close();
+    }
 
     /** Blocks delivered by the driver loops of every device of this kind, while they ran. */
     static std::atomic<int>& driverLoopBlocks()
@@ -146,30 +152,45 @@ public:
     }
 
     /** Keeps blocks running on a thread of its own while it lives, their output dropped: for
-        operations that wait for the audio thread to take notice. */
+        operations that wait for the audio thread to take notice. When the device goes first (its
+        owner, the device manager, is deleted while the blocks run), the blocks end with it. */
     class BackgroundBlocks : private juce::Thread
     {
     public:
         explicit BackgroundBlocks (FakeAudioDevice& deviceToRun)
             : juce::Thread ("Test device blocks"),
-              device (deviceToRun)
+              device (&deviceToRun)
         {
+            device->background = this;
             startThread();
         }
 
-        ~BackgroundBlocks() override { stopThread (5000); }
+        ~BackgroundBlocks() override
+        {
+            stopThread (5000);
+            if (device != nullptr)
+                device->background = nullptr;
+        }
 
     private:
+        friend class FakeAudioDevice;
+
+        void deviceGoes()
+        {
+            stopThread (5000);
+            device = nullptr;
+        }
+
         void run() override
         {
             while (! threadShouldExit())
             {
-                device.runBlocks (1);
+                device->runBlocks (1);
                 wait (1);
             }
         }
 
-        FakeAudioDevice& device;
+        FakeAudioDevice* device;
     };
 
     std::unique_ptr<BackgroundBlocks> runBlocksInBackground() { return std::make_unique<BackgroundBlocks> (*this); }
@@ -235,6 +256,7 @@ private:
     juce::BigInteger activeInputs, activeOutputs;
     juce::CriticalSection lock;
     juce::AudioIODeviceCallback* callback = nullptr;
+    BackgroundBlocks* background = nullptr;
     std::atomic<int> xruns{ 0 };
     std::unique_ptr<DriverLoop> driverLoop;
 };

@@ -6,6 +6,9 @@
 
 #include <juce_audio_formats/juce_audio_formats.h>
 
+#include <gtest/gtest.h>
+
+#include <string>
 #include <vector>
 
 namespace MalformedCorpus
@@ -74,6 +77,29 @@ inline juce::String fingerprint (const juce::File& file)
 
     return juce::String::toHexString ((juce::int64) hash) + ":" + juce::String ((juce::int64) bytes.getSize());
 }
+
+/** The entry's name, for the failure messages. */
+inline std::string nameOf (const Entry& entry)
+{
+    return entry.file.getFileName().toStdString();
+}
+
+/** Checks, when it goes, that the entry's file is as it was when it came: the paths that read a
+    user's file never change it. */
+class LeftAsFound
+{
+public:
+    explicit LeftAsFound (const Entry& e)
+        : entry (e),
+          before (fingerprint (e.file))
+    {
+    }
+    ~LeftAsFound() { EXPECT_EQ (fingerprint (entry.file), before) << nameOf (entry); }
+
+private:
+    const Entry& entry;
+    const juce::String before;
+};
 
 /** The frames of a WAV file we wrote, as an independent reading of its header sees them; -1
     when there is no such file. */

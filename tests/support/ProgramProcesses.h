@@ -3,9 +3,42 @@
 #include <juce_gui_basics/juce_gui_basics.h>
 
 #include <cstdlib>
+#include <fcntl.h>
 #include <functional>
+#include <string>
+#include <sys/prctl.h>
+#include <sys/types.h>
+#include <unistd.h>
+#include <vector>
 
 /** Tools for tests that start the program as a process of its own. */
+
+/** Starts `arguments` (the first one found on the PATH) in a process whose output goes to `logFile`
+    and which gets `deathSignal` when the test's process ends, however it ends, so that nothing a
+    test started outlives it. Its process id, or -1 when it could not fork. */
+inline pid_t startTiedToTheTest (const std::vector<std::string>& arguments, const juce::File& logFile, int deathSignal)
+{
+    std::vector<char*> argv;
+    for (const auto& argument : arguments)
+        argv.push_back (const_cast<char*> (argument.c_str()));
+    argv.push_back (nullptr);
+    const std::string logPath = logFile.getFullPathName().toStdString();
+
+    const pid_t pid = fork();
+    if (pid == 0)
+    {
+        prctl (PR_SET_PDEATHSIG, deathSignal);
+        const int log = open (logPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        if (log >= 0)
+        {
+            dup2 (log, 1);
+            dup2 (log, 2);
+        }
+        execvp (argv[0], argv.data());
+        _exit (127);
+    }
+    return pid;
+}
 
 /** Ends a process of the test's when the test ends, however it ends. */
 struct EndsWithTheTest

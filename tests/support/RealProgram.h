@@ -9,13 +9,9 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <fcntl.h>
 #include <functional>
-#include <string>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
 
 /** The program started by the test, with its process id, so that the test can signal it. Its
     output goes to `logFile`. A program still running when this goes is killed. */
@@ -23,24 +19,8 @@ class RealProgram
 {
 public:
     RealProgram (const juce::File& program, const juce::File& logFile)
+        : pid (startTiedToTheTest ({ program.getFullPathName().toStdString() }, logFile, SIGKILL))
     {
-        const std::string path = program.getFullPathName().toStdString();
-        const std::string logPath = logFile.getFullPathName().toStdString();
-
-        pid = fork();
-        if (pid == 0)
-        {
-            // The program goes with the test process, even when that one dies.
-            prctl (PR_SET_PDEATHSIG, SIGKILL);
-            const int log = open (logPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-            if (log >= 0)
-            {
-                dup2 (log, 1);
-                dup2 (log, 2);
-            }
-            execl (path.c_str(), path.c_str(), (char*) nullptr);
-            _exit (127);
-        }
     }
 
     ~RealProgram()

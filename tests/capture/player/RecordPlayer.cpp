@@ -19,9 +19,11 @@
 
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <sys/prctl.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -129,6 +131,12 @@ std::vector<std::string> listeners (jack_client_t* client, int index)
 
 int main (int argc, char** argv)
 {
+    // The player belongs to the test that started it: it ends with that process, even when the
+    // test crashes or is killed by its time limit, rather than play on into the next test's server.
+    prctl (PR_SET_PDEATHSIG, SIGTERM);
+    if (getppid() == 1)
+        return 1;
+
     std::string description, positionFile;
     bool freewheel = false, probe = false;
     unsigned cycleSleep = 0, stallMilliseconds = 0;

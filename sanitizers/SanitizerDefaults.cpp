@@ -1,0 +1,46 @@
+// The sanitizer build's run-time settings, compiled into each of its programs (the test binary and
+// the program that tests start), so that CTest, the one-process run and a run by hand all work the
+// same way and find the same suppression files without any environment. Options set in
+// ASAN_OPTIONS, LSAN_OPTIONS or UBSAN_OPTIONS still override these.
+
+#ifndef GROOVESMITH_SANITIZER_DIR
+#error "GROOVESMITH_SANITIZER_DIR names the folder of the suppression files"
+#endif
+
+#include <dlfcn.h>
+
+namespace
+{
+/** JUCE opens the X libraries at run time and closes them again when its window system goes, at
+    the end of a run. Once unloaded, the memory those libraries keep in their own globals (Xlib's
+    caches, locale and resource data) can no longer be seen to be reachable, and LeakSanitizer
+    reports it as leaked from an unknown module, with no name a suppression could match. Holding
+    the libraries for the whole process keeps that memory reachable, as it is at the end of a
+    normal run, while leaks of the program's own and of JUCE's still show, with their names. */
+__attribute__ ((constructor)) void keepTheXLibrariesLoaded()
+{
+    static const char* const names[] = { "libX11.so.6",      "libXext.so.6",    "libXcursor.so.1",
+                                         "libXinerama.so.1", "libXrender.so.1", "libXrandr.so.2" };
+    for (const char* name : names)
+        dlopen (name, RTLD_LAZY | RTLD_LOCAL | RTLD_NODELETE);
+}
+} // namespace
+
+extern "C"
+{
+    __attribute__ ((visibility ("default"), used)) const char* __asan_default_options()
+    {
+        // Leaks count as failures; the first error ends the process with a failing exit code.
+        return "detect_leaks=1:halt_on_error=1:print_summary=1";
+    }
+
+    __attribute__ ((visibility ("default"), used)) const char* __lsan_default_options()
+    {
+        return "suppressions=" GROOVESMITH_SANITIZER_DIR "/lsan.supp:print_suppressions=0";
+    }
+
+    __attribute__ ((visibility ("default"), used)) const char* __ubsan_default_options()
+    {
+        return "print_stacktrace=1:halt_on_error=1:suppressions=" GROOVESMITH_SANITIZER_DIR "/ubsan.supp";
+    }
+}
