@@ -92,35 +92,6 @@ juce::Image firstPageDrawnHere (const juce::File& languageFile)
     return juce::ImageFileFormat::loadFrom (picture);
 }
 
-/** The window on the display whose title begins with `title`, or an empty string. */
-juce::String windowNamed (const juce::String& title)
-{
-    const auto ids = findWindows ("^" + title);
-    return ids.size() == 1 ? ids[0] : juce::String();
-}
-
-/** The window whose title begins with `title` once it has stayed the same window for a second, or
-    an empty string when none does in time. The program's window is made again as it opens (its
-    native title bar is set after it is shown), and on a slow machine the first one lasts a while. */
-juce::String settledWindowNamed (const juce::String& title, int milliseconds)
-{
-    juce::String window;
-    auto since = juce::Time::getMillisecondCounter();
-    const bool settled = waitFor (
-        [&]
-        {
-            const auto found = windowNamed (title);
-            if (found != window)
-            {
-                window = found;
-                since = juce::Time::getMillisecondCounter();
-            }
-            return window.isNotEmpty() && juce::Time::getMillisecondCounter() - since >= 1000;
-        },
-        milliseconds);
-    return settled ? window : juce::String();
-}
-
 /** The window's title as the program set it. */
 juce::String titleOf (const juce::String& window)
 {
