@@ -1,7 +1,8 @@
 // The encode run of a ten-track, 45-minute album to FLAC (conversion, tags and final names),
-// against `flac -5` and `metaflac` doing the same to the same WAV files. Run through
-// bench/encoderun.sh, which gives the program a virtual display and a home of its own and prints
-// the figures side by side.
+// against `flac -5` and `metaflac` doing the same to the same WAV files. The run goes as the
+// program's defaults have it (ReplayGain and the playlist added), without the album's extras, and
+// with a front cover inside every file. Run through bench/encoderun.sh, which gives the program a
+// virtual display and a home of its own and prints the figures side by side.
 #include "BenchSupport.h"
 #include "app/EncodeRun.h"
 #include "encoding/AlbumFiles.h"
@@ -115,7 +116,33 @@ void report (benchmark::State& state, const juce::File& albumFolder)
     state.counters["audio_seconds"] = trackCount * trackSeconds;
 }
 
-void encodeRun (benchmark::State& state)
+enum class Extras
+{
+    defaults,
+    none,
+    withCover
+};
+
+/** A front cover of about 300 KB, as a scan of a sleeve is. */
+juce::File benchCover()
+{
+    const auto file = benchsupport::benchFolder().getChildFile ("sleeve.jpg");
+    if (! file.existsAsFile())
+    {
+        juce::Image image (juce::Image::RGB, 1000, 1000, true);
+        juce::Random random (7);
+        for (int y = 0; y < 1000; ++y)
+            for (int x = 0; x < 1000; ++x)
+                image.setPixelAt (
+                    x, y,
+                    juce::Colour ((juce::uint8) (x / 4), (juce::uint8) (y / 4), (juce::uint8) random.nextInt (256)));
+        juce::FileOutputStream stream (file);
+        juce::JPEGImageFormat().writeImageToStream (image, stream);
+    }
+    return file;
+}
+
+void encodeRun (benchmark::State& state, Extras extras)
 {
     if (! benchsupport::haveDisplay (state, "bench/encoderun.sh"))
         return;
@@ -140,6 +167,10 @@ void encodeRun (benchmark::State& state)
         project.album = "Forty-Five Minutes";
         project.year = "2024";
         project.genre = "Test";
+        project.setReplayGain (extras != Extras::none);
+        project.setWritePlaylist (extras != Extras::none);
+        project.setEmbedCover (extras != Extras::none);
+        project.frontCover = extras == Extras::withCover ? benchCover() : juce::File();
         project.clearTracks();
         for (const auto& track : album.tracks)
             project.addTrack (track.getFullPathName(), formatWav);
@@ -191,7 +222,21 @@ void commandLine (benchmark::State& state)
 }
 } // namespace
 
-BENCHMARK (encodeRun)->Name ("Album/flac/ours")->Iterations (1)->UseRealTime()->Unit (benchmark::kMillisecond);
+BENCHMARK_CAPTURE (encodeRun, defaults, Extras::defaults)
+    ->Name ("Album/flac/ours")
+    ->Iterations (1)
+    ->UseRealTime()
+    ->Unit (benchmark::kMillisecond);
+BENCHMARK_CAPTURE (encodeRun, none, Extras::none)
+    ->Name ("Album/flac/ours without extras")
+    ->Iterations (1)
+    ->UseRealTime()
+    ->Unit (benchmark::kMillisecond);
+BENCHMARK_CAPTURE (encodeRun, cover, Extras::withCover)
+    ->Name ("Album/flac/ours with a cover")
+    ->Iterations (1)
+    ->UseRealTime()
+    ->Unit (benchmark::kMillisecond);
 BENCHMARK (commandLine)
     ->Name ("Album/flac/flac -5 + metaflac")
     ->Iterations (1)

@@ -9,6 +9,16 @@
 
 #include <algorithm>
 
+namespace
+{
+/** The extras' report below the run's failure message, apart from it by an empty line. */
+juce::String extrasReport (const AlbumExtras& extras)
+{
+    const auto report = extras.report();
+    return report.isEmpty() ? juce::String() : "\n\n" + report;
+}
+} // namespace
+
 EncodeRun::EncodeRun (Project& projectToUse, AlbumFiles& albumToUse)
     : project (projectToUse),
       album (albumToUse)
@@ -39,6 +49,7 @@ bool EncodeRun::run()
     temporaries = project.temporaryFileList();
     failedTracks.clear();
     allConverted = true;
+    extras = std::make_unique<AlbumExtras> (project);
 
     // The count is read afresh for each track.
     for (int i = 0; i < project.trackCount(); ++i)
@@ -51,11 +62,17 @@ bool EncodeRun::run()
         if (project.usesItunes())
             showItunesMissing (&project);
         else
-            showError (project.translate ("Can't convert audio files !\nLeavings wav files as is:\n") + failedTracks);
+            showError (project.translate ("Can't convert audio files !\nLeavings wav files as is:\n") + failedTracks +
+                       extrasReport (*extras));
         return false;
     }
 
+    extras->albumFinished();
     cleanUp();
+
+    // What the finished files could not be given is told last, once they are all done.
+    if (const auto report = extras->report(); report.isNotEmpty())
+        showError (report);
     return true;
 }
 
@@ -168,7 +185,7 @@ bool EncodeRun::encodeTrack (int index)
     {
         if (tagged)
             album.writeTags (title, juce::File (source), index + 1);
-        album.moveTrackToAlbum (title, juce::File (source), index + 1);
+        extras->trackFinished (album.moveTrackToAlbum (title, juce::File (source), index + 1), title, false);
         return true;
     }
 
@@ -179,8 +196,10 @@ bool EncodeRun::encodeTrack (int index)
         return true;
     }
 
+    convertor->measureWith (extras->meter());
     if (! convertor->convert (source, destination, &project))
     {
+        extras->conversionFailed();
         trackFailed (source);
         return true;
     }
@@ -198,7 +217,7 @@ bool EncodeRun::encodeTrack (int index)
 
     if (tagged)
         album.writeTags (title, juce::File (destination), index + 1);
-    album.moveTrackToAlbum (title, juce::File (destination), index + 1);
+    extras->trackFinished (album.moveTrackToAlbum (title, juce::File (destination), index + 1), title, true);
     return true;
 }
 

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "encoding/AlbumExtras.h"
 #include "encoding/AlbumFiles.h"
 
 #include <juce_core/juce_core.h>
 
+#include <memory>
 #include <vector>
 
 class Project;
@@ -12,7 +14,8 @@ class Project;
     The encode run, on Next from the format page: each track of the list, in order, becomes a
     file of the chosen format (through a WAV file first when its own format cannot be read by
     the convertor), is tagged and given its final name in the album folder; the covers go
-    there too, and the sources are cleaned up afterwards. Everything runs on the message
+    there too, and the sources are cleaned up afterwards. After each track's own steps, and at
+    the end, the album's extras are added (AlbumExtras). Everything runs on the message
     thread, one track at a time, each conversion behind its own progress window.
 */
 class EncodeRun
@@ -49,6 +52,7 @@ private:
     std::vector<juce::String> temporaries;
     juce::String failedTracks;
     bool allConverted = true;
+    std::unique_ptr<AlbumExtras> extras;
 
     JUCE_DECLARE_NON_COPYABLE (EncodeRun)
 };

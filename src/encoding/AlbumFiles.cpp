@@ -77,27 +77,33 @@ void AlbumFiles::writeTags (const juce::String& name, const juce::File& file, in
     fileRef.save();
 }
 
-void AlbumFiles::moveTrackToAlbum (const juce::String& name, const juce::File& file, int trackNumber)
+juce::File AlbumFiles::moveTrackToAlbum (const juce::String& name, const juce::File& file, int trackNumber)
 {
     if (project.usesItunes())
-        return;
+        return file;
 
     const juce::File target (project.captureFolder + juce::File::getSeparatorString() +
                              finalFileName (project, name, trackNumber, file.getFileExtension()));
 
     // Already at its final name: a second encode into the same folder leaves it be.
     if (target.getFullPathName() == file.getFullPathName())
-        return;
+        return file;
 
     if (! target.exists())
     {
         if (! file.moveFileTo (target))
+        {
             showError (project.translate ("An error occured when trying to move the track"));
-        return;
+            return file;
+        }
+        return target;
     }
 
     SaveElsewhere question{ file, target };
     question.ask();
+
+    // The place the user chose, when the file went there.
+    return ! file.exists() && question.target.existsAsFile() ? question.target : file;
 }
 
 void AlbumFiles::copyCoversToAlbumFolder()

@@ -20,8 +20,9 @@ public:
     void writeTags (const juce::String& name, const juce::File& file, int trackNumber);
 
     /** Moves the finished file to its final name in the album folder; when that name is taken
-        the user picks another place, and a failed move is reported. */
-    void moveTrackToAlbum (const juce::String& name, const juce::File& file, int trackNumber);
+        the user picks another place, and a failed move is reported. The result is where the
+        file is afterwards. */
+    juce::File moveTrackToAlbum (const juce::String& name, const juce::File& file, int trackNumber);
 
     /** Copies the front and back pictures into the album folder as "Front" and "Back" with
         their own extensions. Missing covers, and files that are no picture, are skipped. */

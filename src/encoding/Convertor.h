@@ -7,6 +7,7 @@
 #include <memory>
 
 class Project;
+class ReplayGainMeter;
 
 /**
     Turns one track into one output file. Each convertor does its work on a worker thread with a
@@ -31,6 +32,14 @@ public:
 
     /** The text of a format number in the format page's list. */
     static juce::String formatName (int format);
+
+    /** Hands the samples to `meter` as they are encoded, for the album's playlist and
+        ReplayGain; null, the default, measures nothing. Convertors that cannot see their
+        samples (WAV and iTunes) leave the meter alone. */
+    void measureWith (ReplayGainMeter* meterToUse) { meter = meterToUse; }
+
+protected:
+    ReplayGainMeter* meter = nullptr;
 };
 
 /** The size of one chunk of samples, per channel, that the workers move at a time. */

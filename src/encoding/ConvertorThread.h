@@ -8,6 +8,8 @@
 
 #include <functional>
 
+class ReplayGainMeter;
+
 /**
     The base of the convertors' workers: a progress window with the worker's title and an
     untranslated Cancel, the file to read, the file to write and the answer.
@@ -18,6 +20,9 @@ public:
     juce::String source;
     juce::String destination;
     bool result;
+
+    /** Where the worker hands what it encodes, or null. */
+    ReplayGainMeter* meter = nullptr;
 
     /** The status line: the source's name less the last four characters, whatever they are. */
     static juce::String statusFor (const juce::String& source);
@@ -52,6 +57,7 @@ public:
     bool convert (juce::String source, juce::String destination, Project* project) override
     {
         Worker thread (source, destination, project);
+        thread.meter = meter;
         thread.runThread (juce::Thread::Priority::normal);
         return thread.result;
     }

@@ -1,5 +1,6 @@
 #include "encoding/FormatConvertors.h"
 
+#include "encoding/ReplayGainMeter.h"
 #include "project/AudioReaders.h"
 #include "project/Project.h"
 
@@ -59,7 +60,17 @@ void FormatConvertorThread::run()
     int* const buffers[] = { left.get(), right.get() };
     const int* samples[] = { left.get(), right.get() };
 
-    copyInChunks (reader, writer, destinationFile, buffers, [&] (int count) { return writer->write (samples, count); });
+    // The files play at the writer's rate: that is the rate of what is measured.
+    if (meter != nullptr)
+        meter->startTrack (44100.0);
+
+    copyInChunks (reader, writer, destinationFile, buffers,
+                  [&] (int count)
+                  {
+                      if (meter != nullptr)
+                          meter->addSamples (samples, count);
+                      return writer->write (samples, count);
+                  });
     completeDestination (writer, written, destinationFile);
 }
 

@@ -1,5 +1,6 @@
 #include "encoding/Mp3LameConvertor.h"
 
+#include "encoding/ReplayGainMeter.h"
 #include "project/AudioReaders.h"
 #include "project/Int16Samples.h"
 #include "project/Project.h"
@@ -100,6 +101,10 @@ void Mp3LameConvertorThread::run()
     int* const buffers[] = { left.get(), right.get() };
     juce::HeapBlock<juce::int16> interleaved, shortLeft, shortRight;
 
+    // The encoder brings the source's rate to its own; what it is given is at the source's.
+    if (meter != nullptr)
+        meter->startTrack (reader->sampleRate);
+
     for (juce::int64 position = 0; position < length; position += chunk)
     {
         if (threadShouldExit())
@@ -162,6 +167,10 @@ void Mp3LameConvertorThread::run()
                 interleaved[2 * i + 1] = (juce::int16) (rightInts[i] >> 16);
             }
         }
+
+        // The silence that pads the last chunk is no part of the track.
+        if (meter != nullptr)
+            meter->addSamples (interleaved.get(), (int) juce::jmin ((juce::int64) chunk, length - position));
 
         juce::uint32 written = 0;
         if (LameLibrary::beEncodeChunk (encoder->stream, (juce::uint32) chunk * 2, interleaved.get(),
@@ -227,6 +236,7 @@ bool Mp3LameConvertor::convert (juce::String source, juce::String destination, P
     juce::ignoreUnused (arguments);
 
     Mp3LameConvertorThread thread (source, destination, project);
+    thread.meter = meter;
     thread.runThread (juce::Thread::Priority::normal);
     return thread.result;
 }

@@ -73,10 +73,19 @@ Page3::Page3 (Project* projectToUse)
     vbrToggle.setButtonText (project->translate ("VBR (recommended)"));
     qualityLabel.setText (project->translate ("Quality :"), juce::dontSendNotification);
 
+    coverToggle.setButtonText (project->translate ("Cover inside the files"));
+    coverToggle.setTooltip (
+        project->translate ("Put the front cover inside each FLAC, Ogg and MP3 file, where players look for it"));
+    replayGainToggle.setButtonText (project->translate ("ReplayGain"));
+    replayGainToggle.setTooltip (
+        project->translate ("Write ReplayGain values, so that every track plays at the same loudness"));
+    playlistToggle.setButtonText (project->translate ("Playlist"));
+    playlistToggle.setTooltip (project->translate ("Write a playlist of the album beside its tracks"));
+
     // The group only frames the LAME options; they are children of the page.
-    for (auto* component : std::initializer_list<juce::Component*>{ &questionLabel, &formatCombo, &descriptionLabel,
-                                                                    &keepToggle, &numbersToggle, &parametersGroup,
-                                                                    &vbrToggle, &qualityLabel, &qualityCombo })
+    for (auto* component : std::initializer_list<juce::Component*>{
+             &questionLabel, &formatCombo, &descriptionLabel, &keepToggle, &numbersToggle, &parametersGroup, &vbrToggle,
+             &qualityLabel, &qualityCombo, &coverToggle, &replayGainToggle, &playlistToggle })
         addAndMakeVisible (component);
 
     lameLocated = project->lameLibrary.existsAsFile();
@@ -84,7 +93,10 @@ Page3::Page3 (Project* projectToUse)
     keepToggle.setToggleState (project->keepWaves, juce::dontSendNotification);
     numbersToggle.setToggleState (project->addTrackNumbers, juce::dontSendNotification);
     vbrToggle.setToggleState (project->lameVbr, juce::dontSendNotification);
-    for (auto* button : { &keepToggle, &numbersToggle, &vbrToggle })
+    coverToggle.setToggleState (project->embedCover, juce::dontSendNotification);
+    replayGainToggle.setToggleState (project->replayGain, juce::dontSendNotification);
+    playlistToggle.setToggleState (project->writePlaylist, juce::dontSendNotification);
+    for (auto* button : allToggles())
         button->addListener (this);
 
     formatCombo.setSelectedId (project->outputFormat, juce::dontSendNotification);
@@ -98,7 +110,7 @@ Page3::Page3 (Project* projectToUse)
 
 Page3::~Page3()
 {
-    for (auto* button : { &keepToggle, &numbersToggle, &vbrToggle })
+    for (auto* button : allToggles())
         button->removeListener (this);
     formatCombo.removeListener (this);
     qualityCombo.removeListener (this);
@@ -115,6 +127,17 @@ void Page3::resized()
     vbrToggle.setBounds (105, 200, 220, 25);
     qualityLabel.setBounds (105, 230, 220, 25);
     qualityCombo.setBounds (100, 260, 220, 30);
+
+    // The album's extras keep to the page's right margin, where it is free: beside the format
+    // combo, and the column right of the LAME options.
+    replayGainToggle.setBounds (310, 100, 125, 20);
+    coverToggle.setBounds (350, 176, 85, 60);
+    playlistToggle.setBounds (350, 242, 85, 60);
+}
+
+std::array<juce::ToggleButton*, 6> Page3::allToggles()
+{
+    return { &keepToggle, &numbersToggle, &vbrToggle, &coverToggle, &replayGainToggle, &playlistToggle };
 }
 
 bool Page3::looksLikeLameLibrary (const juce::String& path)
@@ -250,6 +273,12 @@ void Page3::buttonClicked (juce::Button* button)
         project->setKeepWaves (keepToggle.getToggleState());
     else if (button == &numbersToggle)
         project->setAddTrackNumbers (numbersToggle.getToggleState());
+    else if (button == &coverToggle)
+        project->setEmbedCover (coverToggle.getToggleState());
+    else if (button == &replayGainToggle)
+        project->setReplayGain (replayGainToggle.getToggleState());
+    else if (button == &playlistToggle)
+        project->setWritePlaylist (playlistToggle.getToggleState());
 }
 
 void Page3::vbrClicked()

@@ -2,6 +2,8 @@
 
 #include "app/Page.h"
 
+#include <array>
+
 /**
     The format page: the output format, the LAME options when MP3 through LAME is chosen, and
     the two options that hold for every format. Every control writes through to the project the
@@ -34,10 +36,18 @@ public:
     juce::Label qualityLabel{ "quality" };
     juce::ComboBox qualityCombo{ "quality" };
 
+    // What the finished album gets beyond its files and tags.
+    juce::ToggleButton coverToggle;
+    juce::ToggleButton replayGainToggle;
+    juce::ToggleButton playlistToggle;
+
     /** A LAME library is known to exist; it only ever goes from false to true. */
     bool lameLocated = false;
 
 private:
+    /** Every toggle of the page, which the page listens to. */
+    std::array<juce::ToggleButton*, 6> allToggles();
+
     void formatChanged();
     void vbrClicked();
     void fillQualityList (bool vbr);

@@ -65,6 +65,9 @@ Project::Project()
     lameQuality = readInt ("lame_quality", 2);
     keepWaves = readBool ("keep_waves", false);
     addTrackNumbers = readBool ("add_track_num", true);
+    embedCover = readBool ("embed_cover", true);
+    replayGain = readBool ("replaygain", true);
+    writePlaylist = readBool ("playlist", true);
 }
 
 Project::~Project()
@@ -201,6 +204,24 @@ void Project::setAddTrackNumbers (bool value)
 {
     addTrackNumbers = value;
     settings->setValue ("add_track_num", value);
+}
+
+void Project::setEmbedCover (bool value)
+{
+    embedCover = value;
+    settings->setValue ("embed_cover", value);
+}
+
+void Project::setReplayGain (bool value)
+{
+    replayGain = value;
+    settings->setValue ("replaygain", value);
+}
+
+void Project::setWritePlaylist (bool value)
+{
+    writePlaylist = value;
+    settings->setValue ("playlist", value);
 }
 
 //==============================================================================

@@ -48,6 +48,12 @@ public:
     void setKeepWaves (bool value);
     void setAddTrackNumbers (bool value);
 
+    /** The finished album's extras, beyond the files and their tags: the front cover inside each
+        file, ReplayGain, and a playlist. Each is on unless the user turned it off. */
+    void setEmbedCover (bool value);
+    void setReplayGain (bool value);
+    void setWritePlaylist (bool value);
+
     void setCaptureFolder (const juce::String& value) { captureFolder = value; }
 
     /** The settings file itself, for tests and the save on exit. */
@@ -176,6 +182,9 @@ public:
     bool echoOn = false;
     bool nextTrackRequested = false;
     bool intermediateConversion = false;
+    bool embedCover = true;
+    bool replayGain = true;
+    bool writePlaylist = true;
 
 private:
     bool readBool (const juce::String& key, bool fallback) const;

@@ -94,9 +94,10 @@ Shape scan (const char* text, size_t size)
 namespace
 {
 /** The keys the program reads; no other value of an overlong file is worth keeping. */
-const char* const programKeys[] = { "preamp",   "rootdir",      "deviceid",      "outputformat", "lame",
-                                    "lang",     "threshold",    "silencelength", "minsilence",   "devicesettings",
-                                    "lame_vbr", "lame_quality", "keep_waves",    "add_track_num" };
+const char* const programKeys[] = { "preamp",     "rootdir",      "deviceid",      "outputformat",  "lame",
+                                    "lang",       "threshold",    "silencelength", "minsilence",    "devicesettings",
+                                    "lame_vbr",   "lame_quality", "keep_waves",    "add_track_num", "embed_cover",
+                                    "replaygain", "playlist" };
 
 bool isProgramKey (const juce::String& lowerCaseName)
 {

@@ -53,10 +53,19 @@ protected:
         root = freshFolder ("encode run");
         project().setRootDirectory (root.getFullPathName());
         project().setCaptureFolder (root.getFullPathName());
+
+        // These tests are about the run's own steps; what the album gets beyond them (cover
+        // inside the files, ReplayGain, playlist) is AlbumExtrasRunTest's.
+        project().setEmbedCover (false);
+        project().setReplayGain (false);
+        project().setWritePlaylist (false);
     }
 
     void TearDown() override
     {
+        project().setEmbedCover (true);
+        project().setReplayGain (true);
+        project().setWritePlaylist (true);
         project().setKeepWaves (false);
         project().setOutputFormat (formatWav);
         project().setAddTrackNumbers (true);

@@ -146,6 +146,28 @@ TEST_P (TranslatedPages, theFormatPageShowsTheLameOptionsInTheLanguage)
     checkAndSave ("6-format-mp3-cbr");
 }
 
+TEST_P (TranslatedPages, theFormatPagesExtrasTogglesSpeakTheLanguageAndFit)
+{
+    showPage (5);
+    auto& page = *wizard->page3;
+    const std::pair<juce::ToggleButton*, const char*> toggles[] = { { &page.coverToggle, "Cover inside the files" },
+                                                                    { &page.replayGainToggle, "ReplayGain" },
+                                                                    { &page.playlistToggle, "Playlist" } };
+    for (const auto& [toggle, english] : toggles)
+    {
+        EXPECT_TRUE (toggle->isVisible()) << english;
+        EXPECT_EQ (toggle->getButtonText(), strings->translate (english));
+    }
+    EXPECT_NE (page.coverToggle.getButtonText(), "Cover inside the files");
+
+    // checkAndSave finds every visible text of the page, the toggles' too.
+    for (const auto format : { formatFlac, formatMp3Lame })
+    {
+        page.formatCombo.setSelectedId (format, juce::sendNotificationSync);
+        checkAndSave (format == formatFlac ? "6-format-extras" : "6-format-extras-mp3");
+    }
+}
+
 TEST_P (TranslatedPages, theLastPageOfAnEncodeProjectSpeaksTheLanguage)
 {
     wizard->getProject().projectType = encodeProject;

@@ -1,6 +1,7 @@
 // The format page: its controls, the descriptions, the LAME options and their two quality
 // lists, the library chooser, and every choice written through to the settings file.
 #include "EncodingPagesFixture.h"
+#include "app/TextFit.h"
 #include "encoding/Page3.h"
 #include "support/Snapshots.h"
 
@@ -468,4 +469,104 @@ TEST_F (FormatPageTest, screenshotWithMp3ThroughLameChosen)
     const auto file = saveSnapshot (*wizard, "format-page-mp3-lame");
     EXPECT_TRUE (file.existsAsFile());
     EXPECT_EQ (title(), "Groovesmith -- Page 6 / 7");
+}
+
+//==============================================================================
+TEST_F (FormatPageTest, theAlbumsExtrasHaveThreeTogglesOnByDefault)
+{
+    auto& p = page();
+    EXPECT_EQ (p.coverToggle.getButtonText(), "Cover inside the files");
+    EXPECT_EQ (p.coverToggle.getTooltip(),
+               "Put the front cover inside each FLAC, Ogg and MP3 file, where players look for it");
+    EXPECT_EQ (p.replayGainToggle.getButtonText(), "ReplayGain");
+    EXPECT_EQ (p.replayGainToggle.getTooltip(),
+               "Write ReplayGain values, so that every track plays at the same loudness");
+    EXPECT_EQ (p.playlistToggle.getButtonText(), "Playlist");
+    EXPECT_EQ (p.playlistToggle.getTooltip(), "Write a playlist of the album beside its tracks");
+
+    for (auto* toggle : { &p.coverToggle, &p.replayGainToggle, &p.playlistToggle })
+    {
+        EXPECT_TRUE (toggle->getToggleState()) << toggle->getButtonText();
+        EXPECT_EQ (toggle->getParentComponent(), &p);
+    }
+    EXPECT_TRUE (project().embedCover);
+    EXPECT_TRUE (project().replayGain);
+    EXPECT_TRUE (project().writePlaylist);
+}
+
+TEST_F (FormatPageTest, theExtrasTogglesLieWhereNoOtherControlOfThePageIs)
+{
+    auto& p = page();
+    // Every format: the LAME options show for MP3 only, and must not be covered then either.
+    for (const auto format : { formatWav, formatMp3Lame })
+    {
+        choose (format);
+        const juce::Component* others[] = { &p.questionLabel, &p.formatCombo,   &p.descriptionLabel,
+                                            &p.keepToggle,    &p.numbersToggle, &p.parametersGroup,
+                                            &p.vbrToggle,     &p.qualityLabel,  &p.qualityCombo };
+
+        for (const auto* toggle : { &p.coverToggle, &p.replayGainToggle, &p.playlistToggle })
+        {
+            SCOPED_TRACE (toggle->getButtonText().toStdString());
+            EXPECT_TRUE (toggle->isVisible());
+            EXPECT_TRUE (p.getLocalBounds().contains (toggle->getBounds())) << toggle->getBounds().toString();
+            for (const auto* other : others)
+                EXPECT_FALSE (toggle->getBounds().intersects (other->getBounds()))
+                    << toggle->getBounds().toString() << " covers " << other->getBounds().toString();
+        }
+
+        EXPECT_FALSE (p.coverToggle.getBounds().intersects (p.replayGainToggle.getBounds()));
+        EXPECT_FALSE (p.replayGainToggle.getBounds().intersects (p.playlistToggle.getBounds()));
+    }
+
+    // And what they paint fits: no text is cut off, made smaller or runs into another.
+    const auto fit = TextFit::check (p);
+    EXPECT_TRUE (fit.cutOff.isEmpty()) << fit.cutOff.joinIntoString ("\n");
+    EXPECT_TRUE (fit.shrunk.isEmpty()) << fit.shrunk.joinIntoString ("\n");
+    EXPECT_TRUE (fit.overlapping.isEmpty()) << fit.overlapping.joinIntoString ("\n");
+}
+
+TEST_F (FormatPageTest, theExtrasTogglesStartFromTheSettingsAndWriteThrough)
+{
+    restartWith ({ { "embed_cover", "0" }, { "replaygain", "0" }, { "playlist", "1" } });
+    auto& p = page();
+    EXPECT_FALSE (p.coverToggle.getToggleState());
+    EXPECT_FALSE (p.replayGainToggle.getToggleState());
+    EXPECT_TRUE (p.playlistToggle.getToggleState());
+    EXPECT_FALSE (project().embedCover);
+    EXPECT_FALSE (project().replayGain);
+    EXPECT_TRUE (project().writePlaylist);
+
+    click (p.coverToggle);
+    EXPECT_TRUE (project().embedCover);
+    EXPECT_EQ (onDisk ("embed_cover"), "1");
+
+    click (p.replayGainToggle);
+    EXPECT_TRUE (project().replayGain);
+    EXPECT_EQ (onDisk ("replaygain"), "1");
+    click (p.replayGainToggle);
+    EXPECT_FALSE (project().replayGain);
+    EXPECT_EQ (onDisk ("replaygain"), "0");
+
+    click (p.playlistToggle);
+    EXPECT_FALSE (project().writePlaylist);
+    EXPECT_EQ (onDisk ("playlist"), "0");
+
+    // The program ends and starts again on the file it saved.
+    wizard.reset();
+    wizard = std::make_unique<MainComponent> (&window);
+    wizard->setSize (435, 380);
+    EXPECT_TRUE (page().coverToggle.getToggleState());
+    EXPECT_FALSE (page().replayGainToggle.getToggleState());
+    EXPECT_FALSE (page().playlistToggle.getToggleState());
+}
+
+TEST_F (FormatPageTest, screenshotWithFlacChosen)
+{
+    showPage (5);
+    choose (formatFlac);
+    runMessageLoopFor (20);
+
+    const auto file = saveSnapshot (*wizard, "format-page-flac");
+    EXPECT_TRUE (file.existsAsFile());
 }
