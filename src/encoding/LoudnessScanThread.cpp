@@ -1,7 +1,6 @@
 #include "encoding/LoudnessScanThread.h"
 
 #include "encoding/Convertor.h"
-#include "encoding/ConvertorThread.h"
 #include "encoding/ReplayGainMeter.h"
 #include "project/AudioReaders.h"
 #include "project/Project.h"
