@@ -48,11 +48,11 @@ bool MergeThread::copyReader (juce::AudioFormatWriter& output, juce::AudioSample
 
         if (written + n >= length)
         {
-            outcome.failed |= ! output.writeFromAudioSampleBuffer (buffer, 0, (int) (length - written));
+            outcome.failed |= ! TrackStreaming::writeBlock (output, buffer, 0, (int) (length - written));
             return true;
         }
 
-        outcome.failed |= ! output.writeFromAudioSampleBuffer (buffer, 0, n);
+        outcome.failed |= ! TrackStreaming::writeBlock (output, buffer, 0, n);
         written += n;
 
         // A refused write ends the merge: nothing after it could make the output whole.

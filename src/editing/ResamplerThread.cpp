@@ -61,7 +61,7 @@ void ResamplerThread::run()
     {
         setProgress ((double) frames / length);
         transport->getNextAudioBlock (block);
-        written.failed |= ! writer->writeFromAudioSampleBuffer (buffer, 0, buffer.getNumSamples());
+        written.failed |= ! TrackStreaming::writeBlock (*writer, buffer, 0, buffer.getNumSamples());
         frames += buffer.getNumSamples();
 
         if ((double) frames * ratio >= length || written.failed)

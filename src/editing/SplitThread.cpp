@@ -101,12 +101,12 @@ void SplitThread::run()
 
         if (count + n < splitPosition)
         {
-            written.failed |= ! writer->writeFromAudioSampleBuffer (buffer, 0, n);
+            written.failed |= ! TrackStreaming::writeBlock (*writer, buffer, 0, n);
             count += n;
         }
         else
         {
-            written.failed |= ! writer->writeFromAudioSampleBuffer (buffer, 0, (int) (splitPosition - count));
+            written.failed |= ! TrackStreaming::writeBlock (*writer, buffer, 0, (int) (splitPosition - count));
             count = splitPosition;
         }
 
@@ -138,7 +138,7 @@ void SplitThread::run()
 
     // The rest of the block in hand: every block so far was a whole one.
     const int rest = (int) ((juce::int64) splitPosition % n);
-    written.failed |= ! writer->writeFromAudioSampleBuffer (buffer, rest, n - rest);
+    written.failed |= ! TrackStreaming::writeBlock (*writer, buffer, rest, n - rest);
 
     // What lies after it, in whole blocks.
     buffer.clear();
@@ -147,7 +147,7 @@ void SplitThread::run()
     {
         setProgress (count / length);
         transport->getNextAudioBlock (block);
-        written.failed |= ! writer->writeFromAudioSampleBuffer (buffer, 0, n);
+        written.failed |= ! TrackStreaming::writeBlock (*writer, buffer, 0, n);
         count += n;
 
         if (length <= count || written.failed)

@@ -21,6 +21,32 @@ std::unique_ptr<juce::AudioFormatWriter> createWriter (const juce::File& file, W
     return writer;
 }
 
+bool writeBlock (juce::AudioFormatWriter& writer, const juce::AudioSampleBuffer& buffer, int start, int count)
+{
+    jassert (count <= blockSize && buffer.getNumChannels() >= 2);
+
+    if (count <= 0)
+        return true;
+
+    int left[blockSize], right[blockSize];
+    int* const channels[] = { left, right };
+
+    for (int c = 0; c < 2; ++c)
+    {
+        const float* samples = buffer.getReadPointer (c, start);
+
+        for (int i = 0; i < count; ++i)
+        {
+            // The readers give a 16-bit step as step / 32768: the same factor takes it back.
+            const int step = juce::jlimit (-32768, 32767, juce::roundToInt (32768.0 * (double) samples[i]));
+            channels[c][i] = step * 65536;
+        }
+    }
+
+    const int* written[] = { left, right, nullptr };
+    return writer.write (written, count);
+}
+
 void startTransport (juce::AudioTransportSource& transport, juce::AudioFormatReaderSource& source, double sourceRate)
 {
     transport.setSource (&source, 0, nullptr, sourceRate);

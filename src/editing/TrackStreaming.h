@@ -20,6 +20,11 @@ constexpr double outputRate = 44100.0;
     is deleted. */
 std::unique_ptr<juce::AudioFormatWriter> createWriter (const juce::File& file, WriteOutcome& outcome);
 
+/** Writes `count` frames of the two channels of `buffer` from `start` (at most one block) in 16
+    bits. Each sample is taken back to the step it was read from, times 32768, rounded and kept
+    within the scale: 16-bit audio moved at its own rate comes out bit for bit. */
+bool writeBlock (juce::AudioFormatWriter& writer, const juce::AudioSampleBuffer& buffer, int start, int count);
+
 /** Connects the source to the transport, which corrects for `sourceRate`, and starts it at the
     beginning, delivering 960-sample blocks at 44100 Hz. */
 void startTransport (juce::AudioTransportSource& transport, juce::AudioFormatReaderSource& source, double sourceRate);

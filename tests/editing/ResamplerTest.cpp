@@ -104,6 +104,27 @@ TEST (Resampler, aRatioOfOnePassesTheFileThroughWithTheLastBlockFilledWithSilenc
     }
 }
 
+TEST (Resampler, aRatioOfOneGivesBackTheSamplesBitForBit)
+{
+    auto input = file ("in.wav");
+    auto output = file ("out.wav");
+    WavFiles::Audio audio;
+    audio.channels.assign (2, std::vector<int> (4000));
+    juce::Random random (3);
+    for (auto& channel : audio.channels)
+        for (auto& value : channel)
+            value = random.nextBool() ? (random.nextBool() ? 32767 : -32768) : random.nextInt (65536) - 32768;
+    WavFiles::write (input, audio);
+
+    EXPECT_TRUE (resampleFile (&input, &output, 1.0));
+
+    const auto result = WavFiles::read (output);
+    ASSERT_EQ (result.frames(), 4800);
+    for (size_t c = 0; c < 2; ++c)
+        for (int n = 0; n < 4000; ++n)
+            ASSERT_EQ (result.channels[c][(size_t) n], audio.channels[c][(size_t) n]) << n;
+}
+
 TEST (Resampler, aMonoFileComesOutAsTwoEqualChannels)
 {
     auto track = file ("mono.wav");

@@ -73,6 +73,34 @@ void expectSilence (const std::vector<int>& samples, int from)
         ASSERT_EQ (samples[i], 0) << "frame " << i;
 }
 
+/** Random 16-bit stereo audio that reaches both ends of the scale: full scale, one step
+    below it, and values above half of it, where a conversion to float and back loses a step
+    first. */
+Audio fullScaleNoise (int frames, juce::int64 seed)
+{
+    Audio audio;
+    audio.channels.assign (2, std::vector<int> ((size_t) frames));
+    juce::Random random (seed);
+    const int edges[] = { 32767, -32768, 32766, -32767, 16384, -16385, 30000, -30001 };
+
+    for (auto& channel : audio.channels)
+        for (int n = 0; n < frames; ++n)
+            channel[(size_t) n] = random.nextInt (4) == 0 ? edges[random.nextInt (8)] : random.nextInt (65536) - 32768;
+
+    return audio;
+}
+
+/** `count` samples of `actual` from `actualFrom` are exactly those of `expected` from `expectedFrom`. */
+void expectSameSamples (const std::vector<int>& actual, int actualFrom, const std::vector<int>& expected,
+                        int expectedFrom, int count)
+{
+    ASSERT_GE ((int) actual.size(), actualFrom + count);
+    ASSERT_GE ((int) expected.size(), expectedFrom + count);
+    for (int i = 0; i < count; ++i)
+        ASSERT_EQ (actual[(size_t) (actualFrom + i)], expected[(size_t) (expectedFrom + i)])
+            << "frame " << actualFrom + i;
+}
+
 using StatusKeepingSplit = StatusKeeping<SplitThread>;
 using StatusKeepingMerge = StatusKeeping<MergeThread>;
 
@@ -296,6 +324,45 @@ TEST (Split, thePositionIsShownInMinutesSecondsAndHundredthsFromTheStart)
 
     EXPECT_TRUE (worker.success);
     EXPECT_EQ (worker.shown, juce::StringArray ("Splitting My Side\nat 1:01.6150"));
+}
+
+TEST (Split, aSourceAt44100ComesOutBitForBitInItsTwoParts)
+{
+    const auto source = file ("noise.wav");
+    const auto audio = fullScaleNoise (30000, 14);
+    WavFiles::write (source, audio);
+
+    ASSERT_TRUE (splitFile (source, 12345.0 / 44100.0, file ("a.wav"), file ("b.wav")));
+
+    const auto start = WavFiles::read (file ("a.wav"));
+    const auto end = WavFiles::read (file ("b.wav"));
+    ASSERT_EQ (start.frames(), 12345);
+
+    for (size_t c = 0; c < 2; ++c)
+    {
+        expectSameSamples (start.channels[c], 0, audio.channels[c], 0, 12345);
+        expectSameSamples (end.channels[c], 0, audio.channels[c], 12345, 30000 - 12345);
+        expectSilence (end.channels[c], 30000 - 12345);
+    }
+}
+
+TEST (Merge, sourcesAt44100ComeOutBitForBit)
+{
+    const auto first = fullScaleNoise (20000, 21);
+    const auto second = fullScaleNoise (15001, 22);
+    WavFiles::write (file ("one.wav"), first);
+    WavFiles::write (file ("two.wav"), second);
+
+    ASSERT_TRUE (mergeFiles (file ("one.wav"), file ("two.wav"), file ("both.wav")));
+
+    const auto both = WavFiles::read (file ("both.wav"));
+    ASSERT_EQ (both.frames(), 35001);
+
+    for (size_t c = 0; c < 2; ++c)
+    {
+        expectSameSamples (both.channels[c], 0, first.channels[c], 0, 20000);
+        expectSameSamples (both.channels[c], 20000, second.channels[c], 0, 15001);
+    }
 }
 
 TEST (Merge, theOutputHoldsExactlyBothFilesOneAfterTheOther)
