@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cmath>
 
 using WavFiles::Audio;
 
@@ -22,9 +23,10 @@ struct SplitFrames
 /** The frames a split writes to each part, counted as the worker counts them. */
 SplitFrames splitFrames (double seconds, double rate, double length)
 {
-    const double position = seconds * rate;
+    const double position = std::floor (seconds * rate + 0.5); // the nearest frame
     const int n = 960;
     double count = 0.0;
+    int taken = n;
     SplitFrames frames;
 
     for (;;)
@@ -36,7 +38,8 @@ SplitFrames splitFrames (double seconds, double rate, double length)
         }
         else
         {
-            frames.start += (int) (position - count);
+            taken = (int) (position - count);
+            frames.start += taken;
             count = position;
         }
 
@@ -44,7 +47,8 @@ SplitFrames splitFrames (double seconds, double rate, double length)
             break;
     }
 
-    frames.end = n - (int) ((juce::int64) position % n);
+    // What the start part left of the block in hand, then whole blocks.
+    frames.end = n - taken;
 
     for (;;)
     {
@@ -153,7 +157,7 @@ TEST (Split, atPositionZeroTheStartPartHasOnlyAHeaderAndTheFirstBlockGoesWhole)
     expectSilence (end.channels[0], 5000);
 }
 
-TEST (Split, aPositionPastTheEndPutsEverythingInWholeBlocksFirstAndSilenceAfter)
+TEST (Split, aPositionPastTheEndPutsEverythingInWholeBlocksFirstAndOneBlockOfSilenceAfter)
 {
     const auto source = file ("side.wav");
     const auto audio = WavFiles::tone (2000);
@@ -164,7 +168,8 @@ TEST (Split, aPositionPastTheEndPutsEverythingInWholeBlocksFirstAndSilenceAfter)
     const auto start = WavFiles::read (file ("a.wav"));
     const auto end = WavFiles::read (file ("b.wav"));
     EXPECT_EQ (start.frames(), 2880);
-    EXPECT_EQ (end.frames(), (960 - 5000 % 960) + 960);
+    // The start part took its last block whole: none of it goes to the end part again.
+    EXPECT_EQ (end.frames(), 960);
     expectSameSound (start.channels[1], 0, audio.channels[1], 0, 2000);
     expectSilence (start.channels[1], 2000);
     expectSilence (end.channels[0], 0);
@@ -343,6 +348,32 @@ TEST (Split, aSourceAt44100ComesOutBitForBitInItsTwoParts)
         expectSameSamples (start.channels[c], 0, audio.channels[c], 0, 12345);
         expectSameSamples (end.channels[c], 0, audio.channels[c], 12345, 30000 - 12345);
         expectSilence (end.channels[c], 30000 - 12345);
+    }
+}
+
+TEST (Split, aCutOnAWholeNumberOfBlocksWritesNoSampleTwiceAndLosesNone)
+{
+    const auto source = file ("noise.wav");
+    const auto audio = fullScaleNoise (10000, 8);
+    WavFiles::write (source, audio);
+
+    for (const int cut : { 960, 1920, 4800, 9600 })
+    {
+        SCOPED_TRACE (cut);
+        ASSERT_TRUE (splitFile (source, cut / 44100.0, file ("a.wav"), file ("b.wav")));
+
+        const auto start = WavFiles::read (file ("a.wav"));
+        const auto end = WavFiles::read (file ("b.wav"));
+        ASSERT_EQ (start.frames(), cut);
+        ASSERT_GE (end.frames(), 10000 - cut);
+        EXPECT_LT (end.frames(), 10000 - cut + 960) << "at most one block of silence after the rest";
+
+        for (size_t c = 0; c < 2; ++c)
+        {
+            expectSameSamples (start.channels[c], 0, audio.channels[c], 0, cut);
+            expectSameSamples (end.channels[c], 0, audio.channels[c], cut, 10000 - cut);
+            expectSilence (end.channels[c], 10000 - cut);
+        }
     }
 }
 

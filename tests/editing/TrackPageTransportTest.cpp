@@ -2,14 +2,16 @@
 // player, and Split at the paused position, with the tests' own sound card.
 #include "TrackPageFixture.h"
 
+#include <cmath>
+
 using namespace trackpage_test;
 
 namespace
 {
-/** The frames of a split's first part, as the split counts them from a slider value. */
+/** The frames of a split's first part, from a slider value: the frame nearest to its time. */
 int startFrames (double sliderValue)
 {
-    return (int) (sliderValue / 44100.0 * 44100.0);
+    return (int) std::floor (sliderValue / 44100.0 * 44100.0 + 0.5);
 }
 
 /** Two tracks of two seconds in the page's list, the first one playing. */
