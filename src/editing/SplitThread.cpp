@@ -81,13 +81,15 @@ void SplitThread::run()
     reader = opened.get();
     readerSource = std::make_unique<juce::AudioFormatReaderSource> (opened.release(), true);
     sampleRate = reader->sampleRate;
-    // The cut falls on the frame nearest to the time asked: seconds times a rate seldom gives a
-    // whole number exactly, even where one was meant.
-    splitPosition = std::floor (juce::jmax (0.0, splitPosition * sampleRate) + 0.5);
-    const double length = (double) reader->lengthInSamples;
+    // Everything is counted in what comes out, at 44100 Hz, whatever the source's rate. The cut
+    // falls on the frame nearest to the time asked: seconds times a rate seldom gives a whole
+    // number exactly, even where one was meant.
+    splitPosition = std::floor (juce::jmax (0.0, splitPosition * TrackStreaming::outputRate) + 0.5);
+    const double length = (double) TrackStreaming::outputFrames (reader->lengthInSamples, sampleRate);
 
     showStatus (TrackStreaming::translate (project, "Splitting ") + sourceFile.getFileNameWithoutExtension() +
-                TrackStreaming::translate (project, "\nat ") + positionText (splitPosition, sampleRate));
+                TrackStreaming::translate (project, "\nat ") +
+                positionText (splitPosition, TrackStreaming::outputRate));
 
     TrackStreaming::startTransport (*transport, *readerSource, reader->sampleRate);
 

@@ -2,8 +2,25 @@
 
 #include "project/Project.h"
 
+#include <cmath>
+
 namespace TrackStreaming
 {
+juce::int64 outputFrames (juce::int64 sourceFrames, double sourceRate)
+{
+    if (sourceFrames <= 0 || ! (sourceRate > 0.0))
+        return 0;
+
+    // Whole rates, as files have them, are counted exactly.
+    if (sourceRate == std::floor (sourceRate) && sourceRate <= 1.0e7 && sourceFrames < ((juce::int64) 1 << 40))
+    {
+        const auto rate = (juce::int64) sourceRate;
+        return (sourceFrames * (juce::int64) outputRate + rate - 1) / rate;
+    }
+
+    return (juce::int64) std::ceil ((double) sourceFrames * outputRate / sourceRate);
+}
+
 std::unique_ptr<juce::AudioFormatWriter> createWriter (const juce::File& file, WriteOutcome& outcome)
 {
     auto stream = CheckedFileOutput::open (file, 32768, outcome);

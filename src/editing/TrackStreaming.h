@@ -14,6 +14,10 @@ namespace TrackStreaming
 constexpr int blockSize = 960;
 constexpr double outputRate = 44100.0;
 
+/** How many frames at 44100 Hz the transport delivers for `sourceFrames` frames of a source
+    played as if at `sourceRate`: enough to cover every one of them. */
+juce::int64 outputFrames (juce::int64 sourceFrames, double sourceRate);
+
 /** A WAV writer at 44100 Hz, 2 channels, 16 bits, no metadata, on a 32768-byte buffered stream;
     null when the file can't be opened. An existing file is written after its end, as the stream
     finds it. `outcome` learns of every write the system refused, the last one when the writer
