@@ -58,6 +58,10 @@ void TrackList::listBoxItemClicked (int row, const juce::MouseEvent& e)
 
     if (menuClick)
     {
+        // Where the Ctrl key is the list's key for adding a row to the selection, it has done so.
+        if (e.mods.isLeftButtonDown() && e.mods.isCommandDown())
+            undoSelectionFlip (row);
+
         auto menu = makeMenu();
         runMenuEntry (showMenu (menu), row);
     }
@@ -65,6 +69,37 @@ void TrackList::listBoxItemClicked (int row, const juce::MouseEvent& e)
     {
         showRenameDialog (row);
     }
+}
+
+void TrackList::selectedRowsChanged (int lastRowSelected)
+{
+    lastSelectedBefore = lastSelected;
+    lastSelected = lastRowSelected;
+}
+
+void TrackList::undoSelectionFlip (int row)
+{
+    auto selection = getSelectedRows();
+
+    if (selection.contains (row))
+        selection.removeRange ({ row, row + 1 });
+    else
+        selection.addRange ({ row, row + 1 });
+
+    // The row selected last before the click becomes so again, as the keys and a Shift click go on
+    // from it.
+    const int anchor = lastSelectedBefore;
+    const bool anchorSelected = selection.contains (anchor);
+
+    if (anchorSelected)
+        selection.removeRange ({ anchor, anchor + 1 });
+
+    setSelectedRows (selection, juce::dontSendNotification);
+
+    if (anchorSelected)
+        selectRow (anchor, true, false);
+    else
+        lastSelected = getLastRowSelected();
 }
 
 juce::PopupMenu TrackList::makeMenu()

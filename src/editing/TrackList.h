@@ -34,6 +34,7 @@ public:
     int getNumRows() override;
     void paintListBoxItem (int row, juce::Graphics& g, int width, int height, bool selected) override;
     void listBoxItemClicked (int row, const juce::MouseEvent& e) override;
+    void selectedRowsChanged (int lastRowSelected) override;
 
     /** The row last clicked with any button; -1 until the first click. */
     int getCurrentRow() const { return currentRow; }
@@ -76,6 +77,10 @@ private:
     void removeSelected (int row);
     void deleteSelected (int row);
 
+    /** A Ctrl click that opens the menu has just had the list flip the row's selection: the
+        selection goes back to what it was, so that the menu acts on what the user had chosen. */
+    void undoSelectionFlip (int row);
+
     /** After a rename found the row's file gone: the row leaves the list. */
     void dropVanishedRow (int row);
 
@@ -83,6 +88,8 @@ private:
 
     Project* project;
     int currentRow = -1;
+    int lastSelected = -1;       // the row the list last selected, as it reports it
+    int lastSelectedBefore = -1; // the same before the last change of the selection
 
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (TrackList)
 };

@@ -554,15 +554,75 @@ TEST_F (ThreeTracks, removeOfOneRowAsksAndLeavesTheFile)
 
 TEST_F (ThreeTracks, aMenuOnARowOutsideTheSelectionRemovesTheClickedRowWhenOneOtherIsSelected)
 {
-    list->selectRow (0);
+    // The menu comes up for row 2, Ctrl-clicked, while row 0 alone is selected.
+    clickRow (*list, 0);
     menuAnswer = TrackList::removeTrackEntry;
     dialogs.answer ("OK");
-    // The menu comes up for row 2 while row 0 alone is selected.
-    list->listBoxItemClicked (2, mouseEvent (*list, rightButton, 1));
+    clickRow (*list, 2, ctrlLeftButton);
 
+    ASSERT_EQ (menus.size(), 1u);
     ASSERT_EQ (dialogs.alerts().size(), 1u);
+    EXPECT_EQ (dialogs.alerts()[0].title, "Remove Track");
     EXPECT_EQ (dialogs.alerts()[0].message, "Are you sure to remove the track named: Track3\n(file won't be erased)");
     EXPECT_EQ (namesOf (*project), juce::StringArray ({ "Track1", "Track2" }));
+    for (const auto& file : files)
+        EXPECT_TRUE (file.existsAsFile());
+}
+
+TEST_F (ThreeTracks, aCtrlClickThatOpensTheMenuLeavesTheSelectionAsItWas)
+{
+    clickRow (*list, 0);
+    clickRow (*list, 1,
+              juce::ModifierKeys (juce::ModifierKeys::leftButtonModifier | juce::ModifierKeys::shiftModifier));
+    ASSERT_EQ (list->getNumSelectedRows(), 2);
+    const auto selected = list->getSelectedRows();
+
+    // Dismissed menus, on a row outside the selection and on one inside it.
+    clickRow (*list, 2, ctrlLeftButton);
+    EXPECT_EQ (list->getSelectedRows(), selected);
+    clickRow (*list, 1, ctrlLeftButton);
+    EXPECT_EQ (list->getSelectedRows(), selected);
+    clickRow (*list, 0, ctrlLeftButton);
+    EXPECT_EQ (list->getSelectedRows(), selected);
+    EXPECT_EQ (menus.size(), 3u);
+    EXPECT_EQ (project->trackCount(), 3);
+
+    // The keys go on from the row selected last, as before the menus.
+    EXPECT_EQ (list->getLastRowSelected(), 1);
+    list->keyPressed (juce::KeyPress (juce::KeyPress::downKey));
+    EXPECT_EQ (list->getNumSelectedRows(), 1);
+    EXPECT_TRUE (list->isRowSelected (2));
+}
+
+TEST_F (ThreeTracks, removeFromACtrlClickOnTheOneSelectedRowAsksAndRemovesIt)
+{
+    clickRow (*list, 1);
+    menuAnswer = TrackList::removeTrackEntry;
+    dialogs.answer ("OK");
+    clickRow (*list, 1, ctrlLeftButton);
+
+    ASSERT_EQ (dialogs.alerts().size(), 1u);
+    EXPECT_EQ (dialogs.alerts()[0].message, "Are you sure to remove the track named: Track2\n(file won't be erased)");
+    EXPECT_EQ (namesOf (*project), juce::StringArray ({ "Track1", "Track3" }));
+    EXPECT_TRUE (files[1].existsAsFile());
+}
+
+TEST_F (ThreeTracks, deleteFromACtrlClickOutsideTheSelectionAsksForTheClickedRowAndDeletesOnlyThatOne)
+{
+    clickRow (*list, 0);
+    menuAnswer = TrackList::deleteTrackEntry;
+    dialogs.answer ("OK");
+    clickRow (*list, 2, ctrlLeftButton);
+
+    const auto alerts = dialogs.alerts();
+    ASSERT_EQ (alerts.size(), 2u);
+    expectAlert (alerts[0], juce::MessageBoxIconType::InfoIcon, "Delete Track",
+                 "Are you sure to delete the track named: Track3\n", { "OK", "Cancel" });
+    EXPECT_EQ (alerts[1].message, "File has been deleted sucessfully");
+    EXPECT_EQ (namesOf (*project), juce::StringArray ({ "Track1", "Track2" }));
+    EXPECT_TRUE (files[0].existsAsFile());
+    EXPECT_TRUE (files[1].existsAsFile());
+    EXPECT_FALSE (files[2].exists());
 }
 
 TEST_F (ThreeTracks, removeOfSeveralRowsAsksNothingAndWithNoSelectionNothingHappens)
