@@ -241,7 +241,7 @@ bool Page2::playClicked (const Effects& effects)
 {
     if (reader == nullptr || ! reader->isPlaying())
     {
-        if (pausePosition != -1.0 && playingRow == currentRow)
+        if (pausePosition != -1.0 && isPlayingTrack (currentRow))
         {
             // A resume starts a new player where the pause was, or where the bar was moved
             // to meanwhile.
@@ -264,7 +264,7 @@ bool Page2::playClicked (const Effects& effects)
         return false;
     }
 
-    if (playingRow == currentRow)
+    if (isPlayingTrack (currentRow))
     {
         pausePosition = (double) reader->getPosition();
         reader->togglePause();
@@ -281,9 +281,14 @@ bool Page2::playClicked (const Effects& effects)
 
 bool Page2::startPlaying (const Effects& effects, double position)
 {
+    auto track = project->trackPath (currentRow);
     const auto file = prepareTrackFile (currentRow, effects.denoise, effects.declick, effects.normalize);
     if (! file.existsAsFile())
         return false;
+
+    // A track brought to WAV for its preview is the WAV file from then on.
+    if (! project->containsTrack (track) && project->containsTrack (sourceFile.getFullPathName()))
+        track = sourceFile.getFullPathName();
 
     if (reader == nullptr)
         makeReader();
@@ -305,7 +310,8 @@ bool Page2::startPlaying (const Effects& effects, double position)
     positionSlider.setRange (0.0, juce::jmax (1.0, total), 1.0);
 
     plainPlay = playButton.getButtonText() == project->translate ("Play");
-    playingRow = currentRow;
+    playingRow = project->indexOfTrack (track);
+    playingTrack = track;
     return true;
 }
 
@@ -315,7 +321,8 @@ void Page2::stopClicked()
     positionSlider.setTimeText ({}, false);
     stopTimer();
 
-    if (currentRow != -1 && reader != nullptr && reader->isPlaying())
+    // Whatever plays stops, whichever row is highlighted.
+    if (reader != nullptr && reader->isPlaying())
     {
         reader->stop();
         deleteReader();
@@ -349,7 +356,8 @@ bool Page2::splitClicked()
         }
     }
 
-    const int row = currentRow;
+    // The paused track is cut, wherever the highlight has gone since.
+    const int row = project->indexOfTrack (playingTrack);
     auto file = trackFile (row);
     if (! file.existsAsFile())
         return false;
@@ -589,7 +597,7 @@ void Page2::timerCallback()
             positionSlider.setValue ((double) position, juce::dontSendNotification);
         positionSlider.updateTime (position, false);
 
-        if (currentRow != playingRow)
+        if (! isPlayingTrack (currentRow))
         {
             showRestingText();
             splitButton.setEnabled (false);
@@ -665,6 +673,11 @@ void Page2::deleteReader()
 
     ownedReader.reset();
     reader = nullptr;
+}
+
+bool Page2::isPlayingTrack (int row) const
+{
+    return playingTrack.isNotEmpty() && project->trackPath (row) == playingTrack;
 }
 
 juce::File Page2::trackFile (int row) const

@@ -99,6 +99,9 @@ private:
 
     juce::File trackFile (int row) const;
 
+    /** Whether the row holds the track that the transport plays or holds paused. */
+    bool isPlayingTrack (int row) const;
+
     /** Moves the wizard to another page, as its buttons would. */
     void goToPage (int index);
 
@@ -112,6 +115,7 @@ private:
     AudioReader* reader = nullptr; // the slot the seek bar reads: always ownedReader's pointer
     int currentRow = -1;
     int playingRow = -1;
+    juce::String playingTrack; // the path of the track that plays or is paused: rows move
     double pausePosition = -1.0;
     double readerRate = 44100.0;
     bool plainPlay = true;

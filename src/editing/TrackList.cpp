@@ -47,8 +47,6 @@ bool TrackList::ctrlClickOpensMenu (juce::SystemStats::OperatingSystemType syste
 
 void TrackList::listBoxItemClicked (int row, const juce::MouseEvent& e)
 {
-    currentRow = row;
-
     if (row >= project->trackCount())
         return;
 

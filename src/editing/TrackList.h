@@ -8,9 +8,10 @@ class Project;
 
 /**
     The track page's list of tracks, one row per track of the project, read afresh at every
-    paint. It remembers the row last clicked for the page, and does the per-track work of its
-    right-click menu: rename, merge with the next track, remove, delete, and the album-wide
-    artist, album, year and genre. Its texts are always English.
+    paint. It tells the page which row is the current one, the highlighted row, whether a click
+    or the arrow keys chose it, and does the per-track work of its right-click menu: rename,
+    merge with the next track, remove, delete, and the album-wide artist, album, year and genre.
+    Its texts are always English.
 */
 class TrackList : public juce::ListBox, public juce::ListBoxModel
 {
@@ -36,8 +37,9 @@ public:
     void listBoxItemClicked (int row, const juce::MouseEvent& e) override;
     void selectedRowsChanged (int lastRowSelected) override;
 
-    /** The row last clicked with any button; -1 until the first click. */
-    int getCurrentRow() const { return currentRow; }
+    /** The row the user sees highlighted, chosen last with the mouse or the keys: the row the
+        page plays, splits and previews. -1 when no row is highlighted. */
+    int getCurrentRow() const { return getLastRowSelected(); }
 
     /** Renames the row's file to `newName` plus ".wav" in its folder; false when it failed. */
     bool renameTrack (int row, const juce::String& newName);
@@ -87,7 +89,6 @@ private:
     void refresh();
 
     Project* project;
-    int currentRow = -1;
     int lastSelected = -1;       // the row the list last selected, as it reports it
     int lastSelectedBefore = -1; // the same before the last change of the selection
 

@@ -183,19 +183,27 @@ TEST_F (TrackListView, aRowIsPaintedWithItsTrackNameAndASelectedOneOnGrey230)
             ASSERT_EQ (past.getPixelAt (x, y), juce::Colours::white);
 }
 
-TEST_F (ThreeTracks, aClickOfAnyButtonSetsTheCurrentRowEvenPastTheEnd)
+TEST_F (ThreeTracks, theCurrentRowIsTheHighlightedOneWhetherAClickOrTheKeysChoseIt)
 {
     clickRow (*list, 1);
     EXPECT_EQ (list->getCurrentRow(), 1);
     EXPECT_EQ (list->getSelectedRows().size(), 1);
     EXPECT_TRUE (list->isRowSelected (1));
 
-    // A click below the last row: the row is noted, and nothing more happens.
-    list->listBoxItemClicked (7, mouseEvent (*list, rightButton, 1));
-    EXPECT_EQ (list->getCurrentRow(), 7);
-    list->listBoxItemClicked (5, mouseEvent (*list, leftButton, 2));
-    EXPECT_EQ (list->getCurrentRow(), 5);
-    EXPECT_TRUE (menus.empty());
+    ASSERT_TRUE (pressKey (*list, juce::KeyPress (juce::KeyPress::downKey)));
+    EXPECT_EQ (list->getCurrentRow(), 2);
+    ASSERT_TRUE (pressKey (*list, juce::KeyPress (juce::KeyPress::homeKey)));
+    EXPECT_EQ (list->getCurrentRow(), 0);
+
+    // A right click on a row highlights it too.
+    chooseFromMenu (2, 0);
+    EXPECT_EQ (list->getCurrentRow(), 2);
+    EXPECT_TRUE (list->isRowSelected (2));
+
+    // With nothing highlighted there is no current row.
+    list->deselectAllRows();
+    EXPECT_EQ (list->getCurrentRow(), -1);
+    EXPECT_EQ (menus.size(), 1u);
     EXPECT_TRUE (dialogs.alerts().empty());
 }
 
@@ -228,7 +236,8 @@ TEST_F (ThreeTracks, aCtrlClickOpensTheMenuExceptOnTheOldestWindows)
 {
     clickRow (*list, 2, ctrlLeftButton);
     EXPECT_EQ (menus.size(), 1u);
-    EXPECT_EQ (list->getCurrentRow(), 2);
+    EXPECT_EQ (list->getNumSelectedRows(), 0) << "the menu's click highlights nothing";
+    EXPECT_EQ (list->getCurrentRow(), -1);
 
     using OS = juce::SystemStats;
     EXPECT_FALSE (TrackList::ctrlClickOpensMenu (OS::Win2000));

@@ -353,6 +353,25 @@ TEST_F (TwoTracks, applyWithAnotherSettingRecomputesTheRowFromItsFile)
     EXPECT_EQ (WavFiles::read (files[1]).channels, audio[1].channels);
 }
 
+TEST_F (TwoTracks, applyActsOnTheRowChosenWithTheArrowKeysAfterAPreviewOfAnother)
+{
+    const auto expected = filtered (files[1], -1, -1, true);
+    const auto first = bytesOf (files[0]);
+
+    clickRow (page->trackList, 0);
+    setToggle (page->normalizerToggle, true);
+    press (page->playButton);
+    ASSERT_EQ (page->getSourceFile(), files[0]);
+
+    ASSERT_TRUE (pressKey (page->trackList, juce::KeyPress (juce::KeyPress::downKey)));
+    ASSERT_TRUE (page->trackList.isRowSelected (1));
+    EXPECT_EQ (page->trackList.getCurrentRow(), 1);
+    pressWhileRunning (page->applyButton);
+
+    EXPECT_EQ (WavFiles::read (files[1]).channels, expected.channels);
+    EXPECT_EQ (bytesOf (files[0]), first) << "the row previewed before is not the one acted on";
+}
+
 TEST_F (TrackPageTest, applyOnSeveralRowsRecomputesEachRowFromItsOwnFile)
 {
     juce::File files[3];

@@ -185,6 +185,47 @@ TEST_F (PlayingTrack, aPausedTrackWhoseBarWasDraggedToZeroIsPlayedFromMinusOne)
     expectOutput (output, 1, audio[0], 0, 1000);
 }
 
+TEST_F (PlayingTrack, aRowChosenWithTheArrowKeysIsTheRowThatPlays)
+{
+    playOn (2000);
+    ASSERT_TRUE (pressKey (page->trackList, juce::KeyPress (juce::KeyPress::downKey)));
+    ASSERT_TRUE (page->trackList.isRowSelected (1));
+    tick();
+    EXPECT_EQ (page->playButton.getButtonText(), "Play") << "the highlighted row is not the one playing";
+
+    pressWhileRunning (page->playButton);
+    ASSERT_NE (page->getReader(), nullptr);
+    EXPECT_EQ (page->getPlayingRow(), 1);
+    EXPECT_EQ (page->positionSlider.getMaximum(), 66150.0);
+
+    // Back up with the keys during a pause of the second track: Play starts the first one anew.
+    pause();
+    tick();
+    ASSERT_TRUE (pressKey (page->trackList, juce::KeyPress (juce::KeyPress::upKey)));
+    ASSERT_TRUE (page->trackList.isRowSelected (0));
+    pressWhileRunning (page->playButton);
+    ASSERT_NE (page->getReader(), nullptr);
+    EXPECT_EQ (page->getPlayingRow(), 0);
+    EXPECT_EQ (page->positionSlider.getMaximum(), 88200.0);
+}
+
+TEST_F (PlayingTrack, splitCutsThePausedTrackEvenWhenAnotherRowWasClickedDuringThePause)
+{
+    playOn (20000);
+    pause();
+    tick();
+    const double value = page->positionSlider.getValue();
+    clickRow (page->trackList, 1);
+    ASSERT_TRUE (page->splitButton.isEnabled());
+
+    const auto second = files[0].getNonexistentSibling (true);
+    press (page->splitButton);
+
+    EXPECT_EQ (trackPaths (*project), pathsOf ({ files[0], second, files[1] }));
+    EXPECT_EQ (WavFiles::read (files[0]).frames(), startFrames (value));
+    EXPECT_EQ (WavFiles::read (files[1]).channels, audio[1].channels) << "the clicked row is untouched";
+}
+
 TEST_F (PlayingTrack, aSelectionMovedOnWhilePlayingStartsTheNewRowOnPlay)
 {
     playOn (2000);
