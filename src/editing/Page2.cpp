@@ -511,6 +511,10 @@ void Page2::newCaptureClicked()
 //==============================================================================
 juce::File Page2::prepareTrackFile (int row, int denoise, int declick, bool normalize)
 {
+    // No track, nothing to prepare: no question, no conversion, no copy.
+    if (! juce::isPositiveAndBelow (row, project->trackCount()))
+        return {};
+
     const bool resample = resampleToggle.getToggleState();
 
     if (sourceFile.exists() && previewFile.exists() && row == lastRow && resample == lastResample &&

@@ -34,7 +34,7 @@ public:
 
     /** The file to play or to apply for a row with these effects (-1: that filter is off): the
         track's own file when no effect is ticked, the last preview when nothing changed, and
-        otherwise a processed temporary copy. */
+        otherwise a processed temporary copy; none for a row that is not in the list. */
     juce::File prepareTrackFile (int row, int denoise, int declick, bool normalize);
 
     /** Ends the preview: a player that plays is told to end, and the timer winds it down; one

@@ -485,6 +485,64 @@ TEST_F (TwoTracks, theSpeedCorrectionSlowsThePreviewDownBy074)
     EXPECT_EQ (WavFiles::read (files[1]).channels, audio[1].channels);
 }
 
+TEST_F (TwoTracks, afterTheLastRowIsDeletedPreviewAndApplyDoNothing)
+{
+    project->setOutputFormat (formatFlac);
+    const auto first = bytesOf (files[0]);
+    clickRow (page->trackList, 1);
+    page->trackList.showMenu = [] (juce::PopupMenu&) { return (int) TrackList::deleteTrackEntry; };
+    dialogs.answer ("OK");
+    clickRow (page->trackList, 1, rightButton);
+    ASSERT_EQ (trackPaths (*project), pathsOf ({ files[0] }));
+    const auto alertsBefore = dialogs.alerts().size();
+
+    setToggle (page->normalizerToggle, true);
+    press (page->playButton);
+    EXPECT_EQ (page->getReader(), nullptr);
+    press (page->applyButton);
+
+    EXPECT_TRUE (dialogs.choosers().empty()) << "no question about a file that is not there";
+    EXPECT_EQ (dialogs.alerts().size(), alertsBefore);
+    EXPECT_EQ (project->outputFormat, formatFlac);
+    EXPECT_EQ (bytesOf (files[0]), first);
+    EXPECT_EQ (trackPaths (*project), pathsOf ({ files[0] }));
+}
+
+TEST_F (TwoTracks, afterTheLastRowIsRemovedPreviewAndApplyDoNothing)
+{
+    project->setOutputFormat (formatFlac);
+    const auto first = bytesOf (files[0]);
+    const auto second = bytesOf (files[1]);
+    clickRow (page->trackList, 1);
+    page->trackList.showMenu = [] (juce::PopupMenu&) { return (int) TrackList::removeTrackEntry; };
+    dialogs.answer ("OK");
+    clickRow (page->trackList, 1, rightButton);
+    ASSERT_EQ (trackPaths (*project), pathsOf ({ files[0] }));
+    const auto alertsBefore = dialogs.alerts().size();
+
+    setToggle (page->resampleToggle, true);
+    press (page->playButton);
+    EXPECT_EQ (page->getReader(), nullptr);
+    press (page->applyButton);
+
+    EXPECT_TRUE (dialogs.choosers().empty());
+    EXPECT_EQ (dialogs.alerts().size(), alertsBefore);
+    EXPECT_EQ (project->outputFormat, formatFlac);
+    EXPECT_EQ (bytesOf (files[0]), first);
+    EXPECT_EQ (bytesOf (files[1]), second);
+}
+
+TEST_F (TwoTracks, aRowPastTheEndOfTheListHasNoFileToPrepare)
+{
+    project->setOutputFormat (formatFlac);
+    setToggle (page->normalizerToggle, true);
+    EXPECT_EQ (page->prepareTrackFile (2, -1, -1, true), juce::File());
+    EXPECT_EQ (page->prepareTrackFile (-1, -1, -1, true), juce::File());
+    EXPECT_TRUE (dialogs.choosers().empty());
+    EXPECT_TRUE (dialogs.alerts().empty());
+    EXPECT_EQ (project->outputFormat, formatFlac);
+}
+
 //==============================================================================
 TEST_F (TrackPageTest, anOggTrackBecomesAWavFileWhereTheUserSaysBeforeItsPreview)
 {
