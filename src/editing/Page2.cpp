@@ -422,11 +422,21 @@ void Page2::applyClicked (const Effects& effects)
 
     if (! done)
     {
+        // The tracks are taken by their paths before any is touched: a track brought to WAV
+        // leaves its place for the end of the list, and the rows after it move up.
+        juce::StringArray tracks;
+        for (int i = 0; i < selected.size(); ++i)
+            tracks.add (project->trackPath (selected[i]));
+
         // Each row's result is moved over the file it was made from: sourceFile names that file
         // once prepareTrackFile has run, and stays as it stood where no copy had to be made.
-        for (int i = 0; i < selected.size(); ++i)
+        for (const auto& track : tracks)
         {
-            const auto result = prepareTrackFile (selected[i], effects.denoise, effects.declick, effects.normalize);
+            const int row = project->indexOfTrack (track);
+            if (row < 0)
+                continue;
+
+            const auto result = prepareTrackFile (row, effects.denoise, effects.declick, effects.normalize);
             if (result.exists())
                 copyFile (result, sourceFile, true);
         }

@@ -335,6 +335,47 @@ TEST_F (TwoTracks, previewThenApplyOnTheSameRowCopiesThePreviewWithoutFilteringA
     EXPECT_TRUE (dialogs.alerts().empty());
 }
 
+TEST_F (TrackPageTest, applyOnSeveralNonWavRowsOfAnEncodeProjectTreatsEachTrackOnce)
+{
+    project->projectType = encodeProject;
+    page->updateButtonVisibility();
+    const juce::StringArray names{ "A", "B", "C" };
+    juce::File flacs[3], wavs[3];
+    int decoded[3];
+    for (int i = 0; i < 3; ++i)
+    {
+        flacs[i] = addEncoded (names[i] + ".flac", 20000 + 5000 * i, (juce::uint32) i + 1);
+        wavs[i] = folder.getChildFile (names[i] + ".wav");
+        decoded[i] = (int) audiofiles::readAudio (flacs[i]).length;
+    }
+    showTracks();
+
+    clickRow (page->trackList, 0);
+    clickRow (page->trackList, 2,
+              juce::ModifierKeys (juce::ModifierKeys::leftButtonModifier | juce::ModifierKeys::shiftModifier));
+    ASSERT_EQ (page->trackList.getNumSelectedRows(), 3);
+    for (const auto& wav : wavs)
+        dialogs.chooseNext (wav);
+    setToggle (page->resampleToggle, true);
+    press (page->applyButton);
+
+    // Each track is asked about once, in the list's order, and slowed once.
+    const auto choosers = dialogs.choosers();
+    ASSERT_EQ (choosers.size(), 3u);
+    for (int i = 0; i < 3; ++i)
+    {
+        SCOPED_TRACE (names[i]);
+        EXPECT_EQ (choosers[(size_t) i].request.initial, wavs[i]);
+        EXPECT_TRUE (flacs[i].existsAsFile()) << "the user's file stays";
+        int slowed = 0;
+        while (slowed * 0.74 < decoded[i])
+            slowed += 960;
+        EXPECT_EQ (framesOf (wavs[i]), slowed);
+    }
+    EXPECT_EQ (trackPaths (*project), pathsOf ({ wavs[0], wavs[1], wavs[2] }));
+    EXPECT_TRUE (dialogs.alerts().empty());
+}
+
 TEST_F (TwoTracks, applyWithAnotherSettingRecomputesTheRowFromItsFile)
 {
     const auto expected = filtered (files[0], -1, 40, true);
