@@ -4,6 +4,7 @@
 #include "encoding/CopyMyFile.h"
 #include "project/Dialogs.h"
 #include "project/Project.h"
+#include "project/Track.h"
 
 TrackList::TrackList (Project* projectToUse)
     : juce::ListBox ("trackList", nullptr),
@@ -210,8 +211,11 @@ juce::String TrackList::pathForRename (int row, const juce::String& newName) con
     if (folder.isEmpty())
         return {};
 
-    // A rename always gives the ".wav" ending, whatever the file holds.
-    return folder + newName + ".wav";
+    // A file keeps the ending of the format it holds, so that it can still be read: a WAV file,
+    // or one whose ending names no other format, gets ".wav".
+    const auto ending =
+        Track::formatOfPath (path) == formatWav ? juce::String (".wav") : juce::File (path).getFileExtension();
+    return folder + newName + ending;
 }
 
 bool TrackList::renameTrack (int row, const juce::String& newName)
@@ -293,6 +297,13 @@ void TrackList::mergeWithNext (int row)
     const juce::File second (project->trackPath (row + 1));
     const auto merged = juce::File::createTempFile (".wav");
 
+    // The merge is WAV audio: it takes the row's file only where that is a WAV file. A row of
+    // another format gets a ".wav" file of a free name beside its own, which stays as it was.
+    const bool wavRow = Track::formatOfPath (first.getFullPathName()) == formatWav;
+    const auto target =
+        wavRow ? first
+               : first.getSiblingFile (first.getFileNameWithoutExtension() + ".wav").getNonexistentSibling (true);
+
     // A cancelled merge still answers true, having deleted the first file: what was written
     // takes its place all the same.
     if (! merge (first, second, merged))
@@ -301,13 +312,16 @@ void TrackList::mergeWithNext (int row)
         return;
     }
 
-    CopyMyFile move (merged, first, true);
+    CopyMyFile move (merged, target, true);
     move.runThread (juce::Thread::Priority::normal);
     if (! move.result)
     {
         merged.deleteFile();
         return;
     }
+
+    if (! wavRow)
+        project->setTrack (row, formatWav, target.getFullPathName());
 
     // In an encode project the second file is the user's own and stays.
     if (project->projectType == ripProject)

@@ -41,7 +41,8 @@ public:
         page plays, splits and previews. -1 when no row is highlighted. */
     int getCurrentRow() const { return getLastRowSelected(); }
 
-    /** Renames the row's file to `newName` plus ".wav" in its folder; false when it failed. */
+    /** Renames the row's file to `newName` in its folder, with the ending of the format the file
+        holds (".wav" for a WAV file); false when it failed. */
     bool renameTrack (int row, const juce::String& newName);
 
     /** The path a rename to `newName` gives the row's file; empty when the row has no folder. */

@@ -301,22 +301,29 @@ TEST_F (ThreeTracks, renamingARowToItsOwnNameLeavesEverythingInPlaceAndSucceeds)
     EXPECT_EQ (namesOf (*project), juce::StringArray ({ "Track1", "Track2", "Track3" }));
 }
 
-TEST_F (TrackListView, renamingAnOggTrackGivesItTheWavEndingWithItsContentUnchanged)
+TEST_F (TrackListView, renamingAnOggTrackKeepsItsOggEndingWithItsContentUnchanged)
 {
     const auto ogg = addEncoded ("Live.ogg", 20000);
+    const auto flac = addEncoded ("Studio.flac", 20000, 2);
+    const auto wav = addWav ("Demo.wav", song (2000));
     show();
     const auto before = bytesOf (ogg);
 
-    EXPECT_EQ (list->pathForRename (0, "Encore"), folder.getChildFile ("Encore.wav").getFullPathName());
+    EXPECT_EQ (list->pathForRename (0, "Encore"), folder.getChildFile ("Encore.ogg").getFullPathName());
+    EXPECT_EQ (list->pathForRename (1, "Take 2"), folder.getChildFile ("Take 2.flac").getFullPathName());
+    EXPECT_EQ (list->pathForRename (2, "Rough"), folder.getChildFile ("Rough.wav").getFullPathName());
     dialogs.answer ("ok", { "Encore" });
     doubleClickRow (*list, 0);
 
-    const auto renamed = folder.getChildFile ("Encore.wav");
+    // Ogg Vorbis data under an Ogg name: the program and every player can still read it.
+    const auto renamed = folder.getChildFile ("Encore.ogg");
     EXPECT_FALSE (ogg.exists());
+    EXPECT_FALSE (folder.getChildFile ("Encore.wav").exists());
     EXPECT_EQ (bytesOf (renamed), before);
     EXPECT_EQ (project->trackPath (0), renamed.getFullPathName());
     EXPECT_EQ (project->trackFormat (0), formatOgg) << "a rename doesn't touch the format";
     EXPECT_EQ (audiofiles::oggInfo (renamed).exitCode, 0) << "still an Ogg Vorbis stream";
+    EXPECT_TRUE (audiofiles::readAudio (renamed).opened);
 }
 
 TEST_F (ThreeTracks, renamingOntoAnExistingTrackAsksAndReplacesItOnlyOnYes)
@@ -460,24 +467,50 @@ TEST_F (ThreeTracks, mergeWritesBothTracksIntoTheFirstRowsFileAndDeletesTheSecon
     EXPECT_EQ (WavFiles::read (files[2]).channels, audio[2].channels);
 }
 
-TEST_F (TrackListView, mergeInAnEncodeProjectKeepsTheUsersSecondFileAndGivesTheFirstRowWavContent)
+TEST_F (TrackListView, mergeInAnEncodeProjectPutsTheWavBesideTheUsersFilesAndLeavesThemAsTheyWere)
 {
     project->projectType = encodeProject;
     const auto flac = addEncoded ("Part one.flac", 30000, 3);
     const auto second = addWav ("Part two.wav", song (20000, 2));
+    const auto flacBytes = bytesOf (flac);
     const auto secondBytes = bytesOf (second);
     show();
 
     chooseFromMenu (0, TrackList::mergeEntry);
 
-    EXPECT_EQ (trackPaths (*project), pathsOf ({ flac }));
-    EXPECT_EQ (project->trackFormat (0), formatFlac) << "path and format stay";
+    // The row now names a WAV file of both parts; the user's FLAC file is as it was.
+    const auto merged = folder.getChildFile ("Part one.wav");
+    EXPECT_EQ (trackPaths (*project), pathsOf ({ merged }));
+    EXPECT_EQ (project->trackFormat (0), formatWav);
+    EXPECT_EQ (bytesOf (flac), flacBytes);
+    EXPECT_EQ (audiofiles::readAudio (flac).length, 30000) << "still a FLAC stream";
     EXPECT_EQ (bytesOf (second), secondBytes);
+    EXPECT_EQ (WavFiles::read (merged).frames(), 50000);
+    EXPECT_TRUE (dialogs.alerts().empty());
+}
 
-    // Under its old name the row now holds a WAV file of both parts.
-    const auto merged = WavFiles::read (flac);
-    EXPECT_EQ (merged.frames(), 50000);
-    EXPECT_TRUE (flac.loadFileAsString().startsWith ("RIFF")) << "no longer a FLAC stream";
+TEST_F (TrackListView, mergeOfANonWavRowTakesAWavNameThatIsFree)
+{
+    project->projectType = encodeProject;
+    const auto ogg = addEncoded ("Side.ogg", 20000, 3);
+    addWav ("Side.wav", song (7000, 4)); // another track of the list
+    const auto usersOwn = folder.getChildFile ("Side (2).wav");
+    WavFiles::write (usersOwn, song (3000, 5)); // and a file of the user's, in no list
+    const auto oggBytes = bytesOf (ogg);
+    const auto trackBytes = bytesOf (folder.getChildFile ("Side.wav"));
+    const auto usersBytes = bytesOf (usersOwn);
+    show();
+
+    chooseFromMenu (0, TrackList::mergeEntry);
+
+    ASSERT_EQ (project->trackCount(), 1);
+    const juce::File merged (project->trackPath (0));
+    EXPECT_EQ (merged.getFileExtension(), ".wav");
+    EXPECT_EQ (merged.getParentDirectory(), folder);
+    EXPECT_EQ (WavFiles::read (merged).frames(), (int) audiofiles::readAudio (ogg).length + 7000);
+    EXPECT_EQ (bytesOf (ogg), oggBytes);
+    EXPECT_EQ (bytesOf (folder.getChildFile ("Side.wav")), trackBytes);
+    EXPECT_EQ (bytesOf (usersOwn), usersBytes);
 }
 
 TEST_F (ThreeTracks, mergeOnTheLastRowDoesNothing)
