@@ -362,42 +362,58 @@ bool Page2::splitClicked()
     if (! file.existsAsFile())
         return false;
 
+    // Every file the split writes takes a free name: what is already there may be another track
+    // or a file of the user's.
+    const auto freeName = [] (const juce::String& path) { return juce::File (path).getNonexistentSibling (true); };
+    bool cut = false;
+
     if (! endsInWav (file.getFullPathName()))
     {
-        const auto wavPath = withWavEnding (file.getFullPathName());
+        // The cut parts are WAV files, and go under WAV names only: the track becomes a WAV file
+        // first, and stays as it is when it can't.
+        const auto wavFile = freeName (withWavEnding (file.getFullPathName()));
         WavConvertor convertor;
-        if (convertor.convert (file.getFullPathName(), wavPath, project))
+        if (convertor.convert (file.getFullPathName(), wavFile.getFullPathName(), project))
         {
             project->setTrack (row, formatWav, {});
-            project->setTrackPath (row, wavPath);
-            file = juce::File (wavPath);
+            project->setTrackPath (row, wavFile.getFullPathName());
+            file = wavFile;
+        }
+        else
+        {
+            wavFile.deleteFile();
+            file = juce::File();
         }
     }
 
-    const auto stem = file.getFullPathName().upToLastOccurrenceOf (".", false, false);
-    const juce::File startFile (stem + "_start.wav");
-    const juce::File endFile (stem + "_end.wav");
-
-    if (reader != nullptr)
-        readerRate = reader->getSampleRate();
-
-    const double seconds = positionSlider.getValue() / readerRate;
-
-    if (splitFile (file, seconds, startFile, endFile, project))
+    if (file != juce::File())
     {
-        pausePosition = -1.0;
+        const auto stem = file.getFullPathName().upToLastOccurrenceOf (".", false, false);
+        const auto startFile = freeName (stem + "_start.wav");
+        const auto endFile = freeName (stem + "_end.wav");
 
-        // The row keeps its path and now holds the first part; the second part follows it.
-        startFile.moveFileTo (file);
-        const auto endTarget = file.getNonexistentSibling (true);
-        endFile.moveFileTo (endTarget);
-        project->insertTrack (row + 1, endTarget.getFullPathName(), formatWav);
-        updateTrackList();
-    }
-    else
-    {
-        startFile.deleteFile();
-        endFile.deleteFile();
+        if (reader != nullptr)
+            readerRate = reader->getSampleRate();
+
+        const double seconds = positionSlider.getValue() / readerRate;
+        cut = splitFile (file, seconds, startFile, endFile, project);
+
+        if (cut)
+        {
+            pausePosition = -1.0;
+
+            // The row keeps its path and now holds the first part; the second part follows it.
+            startFile.moveFileTo (file);
+            const auto endTarget = file.getNonexistentSibling (true);
+            endFile.moveFileTo (endTarget);
+            project->insertTrack (row + 1, endTarget.getFullPathName(), formatWav);
+            updateTrackList();
+        }
+        else
+        {
+            startFile.deleteFile();
+            endFile.deleteFile();
+        }
     }
 
     positionSlider.setEnabled (false);

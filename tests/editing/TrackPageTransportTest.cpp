@@ -323,6 +323,64 @@ TEST_F (PlayingTrack, aSplitOfATrackWhoseFileVanishedDoesNothing)
     EXPECT_TRUE (dialogs.alerts().empty());
 }
 
+TEST_F (PlayingTrack, aSplitLeavesFilesAlreadyNamedLikeItsPartsAsTheyWere)
+{
+    const auto start = makeFile (folder, "Track1_start.wav", "the user's own start");
+    const auto end = makeFile (folder, "Track1_end.wav", "the user's own end");
+    playOn (20000);
+    pause();
+    tick();
+    const double value = page->positionSlider.getValue();
+    const auto second = files[0].getNonexistentSibling (true);
+    press (page->splitButton);
+
+    EXPECT_EQ (start.loadFileAsString(), "the user's own start");
+    EXPECT_EQ (end.loadFileAsString(), "the user's own end");
+    EXPECT_EQ (trackPaths (*project), pathsOf ({ files[0], second, files[1] }));
+    EXPECT_EQ (WavFiles::read (files[0]).frames(), startFrames (value));
+    EXPECT_GE (WavFiles::read (second).frames(), 88200 - startFrames (value));
+    EXPECT_EQ (folder.findChildFiles (juce::File::findFiles, false).size(), 5);
+}
+
+TEST_F (TrackPageTest, aSplitOfAFlacTrackLeavesFilesAlreadyNamedLikeItsWavAndItsPartsAsTheyWere)
+{
+    const auto flac = addEncoded ("Studio.flac", 60000, 4);
+    const auto other = addWav ("Studio.wav", song (5000, 3)); // another track, of the same stem
+    const auto start = makeFile (folder, "Studio_start.wav", "the user's own start");
+    const auto end = makeFile (folder, "Studio_end.wav", "the user's own end");
+    const auto flacBytes = bytesOf (flac);
+    const auto otherBytes = bytesOf (other);
+    showTracks();
+
+    clickRow (page->trackList, 0);
+    press (page->playButton);
+    playFrames (20000);
+    tick();
+    const double value = page->positionSlider.getValue();
+    pressWhileRunning (page->splitButton);
+
+    EXPECT_EQ (bytesOf (flac), flacBytes);
+    EXPECT_EQ (bytesOf (other), otherBytes);
+    EXPECT_EQ (start.loadFileAsString(), "the user's own start");
+    EXPECT_EQ (end.loadFileAsString(), "the user's own end");
+
+    // The row names a WAV file of a free name, holding the first part; the rest follows it.
+    ASSERT_EQ (project->trackCount(), 3);
+    const juce::File first (project->trackPath (0));
+    const juce::File rest (project->trackPath (1));
+    EXPECT_EQ (project->trackPath (2), other.getFullPathName());
+    for (const auto& part : { first, rest })
+    {
+        EXPECT_EQ (part.getParentDirectory(), folder);
+        EXPECT_EQ (part.getFileExtension(), ".wav");
+        EXPECT_FALSE (part == other || part == start || part == end) << part.getFullPathName();
+    }
+    EXPECT_EQ (project->trackFormat (0), formatWav);
+    EXPECT_EQ (WavFiles::read (first).frames(), startFrames (value));
+    EXPECT_GE (WavFiles::read (rest).frames(), (int) audiofiles::readAudio (flac).length - startFrames (value));
+    EXPECT_TRUE (dialogs.alerts().empty());
+}
+
 TEST_F (TrackPageTest, aSplitOfAFlacTrackMakesItAWavFileFirstWithoutAQuestion)
 {
     const auto flac = addEncoded ("Studio.flac", 60000, 4);
