@@ -365,7 +365,6 @@ bool Page2::splitClicked()
     // Every file the split writes takes a free name: what is already there may be another track
     // or a file of the user's.
     const auto freeName = [] (const juce::String& path) { return juce::File (path).getNonexistentSibling (true); };
-    bool cut = false;
 
     if (! endsInWav (file.getFullPathName()))
     {
@@ -396,9 +395,8 @@ bool Page2::splitClicked()
             readerRate = reader->getSampleRate();
 
         const double seconds = positionSlider.getValue() / readerRate;
-        cut = splitFile (file, seconds, startFile, endFile, project);
 
-        if (cut)
+        if (splitFile (file, seconds, startFile, endFile, project))
         {
             pausePosition = -1.0;
 
