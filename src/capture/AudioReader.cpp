@@ -14,6 +14,10 @@ AudioReader* attachedReader = nullptr;
 
 constexpr int readAheadSamples = 32768;
 
+// How long a start within the file waits at most for the read-ahead: far more than reading a
+// quarter of a second takes, short enough that a stalled disk does not hold the page for long.
+constexpr juce::uint32 readAheadWaitMs = 2000;
+
 std::atomic<int> liveReaders{ 0 };
 } // namespace
 
@@ -97,17 +101,24 @@ void AudioReader::play (juce::File file, double positionInSamples)
     }
 
     // The transport lets go of any earlier file first: an unreadable file leaves it with none.
-    reader = AudioReaders::open (file, *formatManager).release();
-    transport->setSource (nullptr);
-    source.reset();
-    if (reader != nullptr)
-        source = std::make_unique<juce::AudioFormatReaderSource> (reader, true);
+    auto opened = AudioReaders::open (file, *formatManager);
+    dropSource();
+    reader = opened.release();
 
-    if (transport != nullptr && source != nullptr && reader != nullptr)
+    if (reader != nullptr)
+    {
+        source = std::make_unique<juce::AudioFormatReaderSource> (reader, true);
+        // The read-ahead is the player's own rather than the transport's, so that a start within
+        // the file can wait for it.
+        buffered = std::make_unique<juce::BufferingAudioSource> (source.get(), readAhead->getObject(), false,
+                                                                 readAheadSamples, 2);
+    }
+
+    if (transport != nullptr && buffered != nullptr)
     {
         sampleRate = reader->sampleRate;
         // Told the file's rate, the transport resamples it to the device's.
-        transport->setSource (source.get(), readAheadSamples, &readAhead->getObject(), sampleRate);
+        transport->setSource (buffered.get(), 0, nullptr, sampleRate);
     }
 
     transport->setPosition (0.0);
@@ -134,7 +145,33 @@ void AudioReader::play (juce::File file, double positionInSamples)
     if (positionInSamples != 0.0)
         transport->setNextReadPosition ((juce::int64) positionInSamples);
 
+    // A start within the file is heard from its first block, with no gap and nothing skipped.
+    if (positionInSamples > 0.0)
+        waitForReadAhead();
+
     transport->start();
+}
+
+void AudioReader::waitForReadAhead()
+{
+    if (buffered == nullptr)
+        return;
+
+    // What the transport's preparation waits for at the start: a quarter of a second, or half of
+    // what the read-ahead holds. The wait ends sooner when the file ends.
+    const int wanted = juce::jmax (1, juce::jmin ((int) (sampleRate / 4.0), readAheadSamples / 2));
+    const juce::AudioSourceChannelInfo block (nullptr, 0, wanted);
+    buffered->waitForNextAudioBlockReady (block, readAheadWaitMs);
+}
+
+void AudioReader::dropSource()
+{
+    if (transport != nullptr)
+        transport->setSource (nullptr);
+
+    buffered.reset();
+    source.reset();
+    reader = nullptr;
 }
 
 bool AudioReader::isPlaying() const
@@ -163,9 +200,7 @@ void AudioReader::releaseFile()
         return;
 
     transport->stop();
-    transport->setSource (nullptr);
-    source.reset();
-    reader = nullptr;
+    dropSource();
 }
 
 void AudioReader::setPosition (double samples)
@@ -219,10 +254,7 @@ void AudioReader::tearDown()
     if (attachedReader == this)
         attachedReader = nullptr;
 
-    transport->setSource (nullptr);
-
-    source.reset();
-    reader = nullptr;
+    dropSource();
     player->setSource (nullptr);
     player.reset();
     transport.reset();

@@ -67,12 +67,20 @@ private:
 
     void tearDown();
 
+    /** Lets go of the file: the transport's source, the read-ahead and the reader. */
+    void dropSource();
+
+    /** Waits until the read-ahead holds the sound from the play position on, as the transport's
+        preparation does for the start of the file. */
+    void waitForReadAhead();
+
     std::unique_ptr<juce::AudioSourcePlayer> player;
     std::unique_ptr<juce::AudioTransportSource> transport;
     std::unique_ptr<juce::AudioFormatReaderSource> source;
     juce::AudioFormatReader* reader = nullptr; // owned by source
     std::unique_ptr<juce::AudioFormatManager> formatManager;
     std::unique_ptr<juce::SharedResourcePointer<ReadAheadThread>> readAhead;
+    std::unique_ptr<juce::BufferingAudioSource> buffered; // reads `source` ahead on `readAhead`
     bool prepared = false;
     Project* project;
     bool paused = false;

@@ -4,12 +4,31 @@
 #include "editing/FloatVector.h"
 #include "project/AudioReaders.h"
 #include "project/Dialogs.h"
+#include "project/Int16Samples.h"
 #include "project/Project.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace
 {
+/** Floating-point samples, as a reader of a float file leaves them in its integer buffers,
+    brought to 16-bit steps in the top bits, as an integer file's would be. */
+void floatsToTop16Bits (int* const* channels, int count)
+{
+    for (int c = 0; c < 2; ++c)
+    {
+        for (int i = 0; i < count; ++i)
+        {
+            float value;
+            std::memcpy (&value, channels[c] + i, sizeof (value));
+            juce::int16 step;
+            floatsToInt16 (&value, &step, 1);
+            channels[c][i] = (int) ((juce::uint32) (juce::uint16) step << 16);
+        }
+    }
+}
+
 /** The metadata as the writer may copy it: a cue count is only believed as far as the cue
     points are really there, since the writer builds that many whatever the file held. */
 juce::StringPairArray metadataToKeep (const juce::StringPairArray& metadata)
@@ -49,7 +68,7 @@ void CFilters::applyFilters (const char* inputPath, const char* outputPath, int 
     }
 
     // The input is read completely and closed before the output is opened, so both may be
-    // the same file.
+    // the same file; the output itself is not touched before the run has ended.
     const juce::File output (juce::String::fromUTF8 (outputPath));
 
     if (! openOutput (output))
@@ -68,14 +87,22 @@ void CFilters::applyFilters (const char* inputPath, const char* outputPath, int 
         finished = worker.finished;
     }
 
-    // Deleting the writer completes the file.
-    writer = nullptr;
-    ownedWriter.reset();
     samples = nullptr;
     ownedSamples.free();
 
     if (! finished)
+    {
+        // A cancelled run leaves no output, as it always has: the track page runs in place only
+        // on its temporary copy.
+        writer = nullptr;
+        ownedWriter.reset();
+        pendingOutput.reset();
         output.deleteFile();
+        return;
+    }
+
+    if (! replaceOutput())
+        showError ("Error while opening output file");
 }
 
 bool CFilters::openInput (const juce::File& input)
@@ -100,7 +127,8 @@ bool CFilters::openInput (const juce::File& input)
 
 void CFilters::loadSamples (juce::AudioFormatReader& source)
 {
-    // Every frame is cut to the top 16 bits of its two first channels, interleaved, and the
+    // Every frame is cut to the top 16 bits of its two first channels (a float file's samples to
+    // the 16-bit steps that the program's writers would make of them), interleaved, and the
     // first numChannels * numSamples of those values become floats, each as the 16-bit value
     // times 1 / 32767 in single precision, the way convertInt16LEToFloat makes them. The file goes
     // through in slices, so that nothing but the float array stays in memory.
@@ -108,7 +136,7 @@ void CFilters::loadSamples (juce::AudioFormatReader& source)
     samples = ownedSamples.allocate ((size_t) std::max<juce::int64> (total, 1), threadsToUse);
 
     const int sliceFrames = 65536;
-    juce::HeapBlock<int> left (sliceFrames), right (sliceFrames);
+    juce::HeapBlock<int> left (sliceFrames, true), right (sliceFrames, true);
     int* channels[] = { left.get(), right.get() };
     const float scale = 1.0f / 0x7fff;
     const auto scales = FloatVector::fill (scale);
@@ -117,6 +145,9 @@ void CFilters::loadSamples (juce::AudioFormatReader& source)
     {
         const int count = std::min (sliceFrames, numSamples - start);
         source.read (channels, 2, start, count, false);
+
+        if (source.usesFloatingPointData)
+            floatsToTop16Bits (channels, count);
 
         const juce::int64 first = 2 * (juce::int64) start;
         const int values = (int) std::min<juce::int64> (2 * (juce::int64) count, total - first);
@@ -139,22 +170,38 @@ void CFilters::loadSamples (juce::AudioFormatReader& source)
 
 bool CFilters::openOutput (const juce::File& output)
 {
-    if (output.exists())
-        output.deleteFile();
-
-    std::unique_ptr<juce::OutputStream> stream (output.createOutputStream (32768));
+    pendingOutput = std::make_unique<juce::TemporaryFile> (output, juce::TemporaryFile::useHiddenFile);
+    std::unique_ptr<juce::OutputStream> stream (pendingOutput->getFile().createOutputStream (32768));
 
     if (stream == nullptr)
+    {
+        pendingOutput.reset();
         return false;
+    }
 
     juce::WavAudioFormat wav;
     ownedWriter.reset (
         wav.createWriterFor (stream.get(), sampleRate, (unsigned int) numChannels, bitsPerSample, metadataValues, 0));
 
     if (ownedWriter == nullptr)
+    {
+        stream.reset();
+        pendingOutput.reset();
         return false;
+    }
 
     stream.release(); // now the writer's
     writer = ownedWriter.get();
     return true;
+}
+
+bool CFilters::replaceOutput()
+{
+    // Deleting the writer completes the file.
+    writer = nullptr;
+    ownedWriter.reset();
+
+    const bool replaced = pendingOutput != nullptr && pendingOutput->overwriteTargetFileWithTemporary();
+    pendingOutput.reset();
+    return replaced;
 }

@@ -293,17 +293,45 @@ bool FiltersProgressThread::writeBlock (const float* interleaved)
 {
     // The write path is stereo: 512 values, split into left and right in the top 16 bits.
     juce::int16 pcm[512];
-    int left[256], right[256];
-    const int* channels[] = { left, right, nullptr };
+    juce::int16 left[256], right[256];
 
     floatsToInt16 (interleaved, pcm, 512);
 
     for (int i = 0; i < 256; ++i)
     {
-        left[i] = inTopBits (pcm[2 * i]);
-        right[i] = inTopBits (pcm[2 * i + 1]);
+        left[i] = pcm[2 * i];
+        right[i] = pcm[2 * i + 1];
     }
 
+    return writeValues (left, right);
+}
+
+bool FiltersProgressThread::writeValues (const juce::int16* left, const juce::int16* right)
+{
+    if (writer->isFloatingPoint())
+    {
+        // A floating-point writer takes floats where the integer ones take integers.
+        float leftFloats[256], rightFloats[256];
+
+        for (int i = 0; i < 256; ++i)
+        {
+            leftFloats[i] = (float) left[i] / 32767.0f;
+            rightFloats[i] = (float) right[i] / 32767.0f;
+        }
+
+        const float* floats[] = { leftFloats, rightFloats, nullptr };
+        return writer->write (reinterpret_cast<const int**> (floats), 256);
+    }
+
+    int leftInts[256], rightInts[256];
+
+    for (int i = 0; i < 256; ++i)
+    {
+        leftInts[i] = inTopBits (left[i]);
+        rightInts[i] = inTopBits (right[i]);
+    }
+
+    const int* channels[] = { leftInts, rightInts, nullptr };
     return writer->write (channels, 256);
 }
 
@@ -392,9 +420,7 @@ bool FiltersProgressThread::filterChannelsApart()
                         });
 
     float work[256];
-    juce::int16 values[256];
-    int left[256], rightValues[256];
-    const int* channels[] = { left, rightValues, nullptr };
+    juce::int16 values[256], rightValues[256];
 
     for (int block = 0; block < numBlocks; ++block)
     {
@@ -416,12 +442,9 @@ bool FiltersProgressThread::filterChannelsApart()
             return false; // stopped by a cancel
 
         for (int i = 0; i < 256; ++i)
-        {
-            left[i] = inTopBits (values[i]);
-            rightValues[i] = inTopBits ((juce::int16) frames[2 * i + 1]);
-        }
+            rightValues[i] = (juce::int16) frames[2 * i + 1];
 
-        if (! writer->write (channels, 256))
+        if (! writeValues (values, rightValues))
             break;
     }
 

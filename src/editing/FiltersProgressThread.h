@@ -41,6 +41,10 @@ private:
     void setUpFilters();
     void filterChannel (int channel, float* block);
     bool writeBlock (const float* interleaved);
+
+    /** Writes 256 frames of 16-bit values: in the top bits for an integer file, and on the scale
+        they were read on for a floating-point one. */
+    bool writeValues (const juce::int16* left, const juce::int16* right);
     bool filterBlocksTogether();
     bool filterChannelsApart();
 

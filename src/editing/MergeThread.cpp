@@ -35,8 +35,9 @@ bool MergeThread::openReader (const juce::File& file)
 bool MergeThread::copyReader (juce::AudioFormatWriter& output, juce::AudioSampleBuffer& buffer,
                               juce::int64 lengthBefore)
 {
-    // Whole blocks, and of the last one only what the file still holds. False on a cancel.
-    const juce::int64 length = reader->lengthInSamples;
+    // Whole blocks, and of the last one only what the file still holds, counted in frames at
+    // 44100 Hz, as they come out. False on a cancel.
+    const juce::int64 length = TrackStreaming::outputFrames (reader->lengthInSamples, reader->sampleRate);
     const juce::AudioSourceChannelInfo block (buffer);
     const int n = buffer.getNumSamples();
     juce::int64 written = 0;
@@ -48,11 +49,11 @@ bool MergeThread::copyReader (juce::AudioFormatWriter& output, juce::AudioSample
 
         if (written + n >= length)
         {
-            outcome.failed |= ! output.writeFromAudioSampleBuffer (buffer, 0, (int) (length - written));
+            outcome.failed |= ! TrackStreaming::writeBlock (output, buffer, 0, (int) (length - written));
             return true;
         }
 
-        outcome.failed |= ! output.writeFromAudioSampleBuffer (buffer, 0, n);
+        outcome.failed |= ! TrackStreaming::writeBlock (output, buffer, 0, n);
         written += n;
 
         // A refused write ends the merge: nothing after it could make the output whole.
@@ -85,7 +86,7 @@ void MergeThread::run()
 
     if (complete && ! outcome.failed)
     {
-        const juce::int64 firstLength = reader->lengthInSamples;
+        const juce::int64 firstLength = TrackStreaming::outputFrames (reader->lengthInSamples, reader->sampleRate);
         showStatus (appendingText (secondFile));
         releaseReading();
 

@@ -241,7 +241,7 @@ bool Page2::playClicked (const Effects& effects)
 {
     if (reader == nullptr || ! reader->isPlaying())
     {
-        if (pausePosition != -1.0 && playingRow == currentRow)
+        if (pausePosition != -1.0 && isPlayingTrack (currentRow))
         {
             // A resume starts a new player where the pause was, or where the bar was moved
             // to meanwhile.
@@ -264,7 +264,7 @@ bool Page2::playClicked (const Effects& effects)
         return false;
     }
 
-    if (playingRow == currentRow)
+    if (isPlayingTrack (currentRow))
     {
         pausePosition = (double) reader->getPosition();
         reader->togglePause();
@@ -281,9 +281,14 @@ bool Page2::playClicked (const Effects& effects)
 
 bool Page2::startPlaying (const Effects& effects, double position)
 {
+    auto track = project->trackPath (currentRow);
     const auto file = prepareTrackFile (currentRow, effects.denoise, effects.declick, effects.normalize);
     if (! file.existsAsFile())
         return false;
+
+    // A track brought to WAV for its preview is the WAV file from then on.
+    if (! project->containsTrack (track) && project->containsTrack (sourceFile.getFullPathName()))
+        track = sourceFile.getFullPathName();
 
     if (reader == nullptr)
         makeReader();
@@ -305,7 +310,8 @@ bool Page2::startPlaying (const Effects& effects, double position)
     positionSlider.setRange (0.0, juce::jmax (1.0, total), 1.0);
 
     plainPlay = playButton.getButtonText() == project->translate ("Play");
-    playingRow = currentRow;
+    playingRow = project->indexOfTrack (track);
+    playingTrack = track;
     return true;
 }
 
@@ -315,7 +321,8 @@ void Page2::stopClicked()
     positionSlider.setTimeText ({}, false);
     stopTimer();
 
-    if (currentRow != -1 && reader != nullptr && reader->isPlaying())
+    // Whatever plays stops, whichever row is highlighted.
+    if (reader != nullptr && reader->isPlaying())
     {
         reader->stop();
         deleteReader();
@@ -349,47 +356,62 @@ bool Page2::splitClicked()
         }
     }
 
-    const int row = currentRow;
+    // The paused track is cut, wherever the highlight has gone since.
+    const int row = project->indexOfTrack (playingTrack);
     auto file = trackFile (row);
     if (! file.existsAsFile())
         return false;
 
+    // Every file the split writes takes a free name: what is already there may be another track
+    // or a file of the user's.
+    const auto freeName = [] (const juce::String& path) { return juce::File (path).getNonexistentSibling (true); };
+
     if (! endsInWav (file.getFullPathName()))
     {
-        const auto wavPath = withWavEnding (file.getFullPathName());
+        // The cut parts are WAV files, and go under WAV names only: the track becomes a WAV file
+        // first, and stays as it is when it can't.
+        const auto wavFile = freeName (withWavEnding (file.getFullPathName()));
         WavConvertor convertor;
-        if (convertor.convert (file.getFullPathName(), wavPath, project))
+        if (convertor.convert (file.getFullPathName(), wavFile.getFullPathName(), project))
         {
             project->setTrack (row, formatWav, {});
-            project->setTrackPath (row, wavPath);
-            file = juce::File (wavPath);
+            project->setTrackPath (row, wavFile.getFullPathName());
+            file = wavFile;
+        }
+        else
+        {
+            wavFile.deleteFile();
+            file = juce::File();
         }
     }
 
-    const auto stem = file.getFullPathName().upToLastOccurrenceOf (".", false, false);
-    const juce::File startFile (stem + "_start.wav");
-    const juce::File endFile (stem + "_end.wav");
-
-    if (reader != nullptr)
-        readerRate = reader->getSampleRate();
-
-    const double seconds = positionSlider.getValue() / readerRate;
-
-    if (splitFile (file, seconds, startFile, endFile, project))
+    if (file != juce::File())
     {
-        pausePosition = -1.0;
+        const auto stem = file.getFullPathName().upToLastOccurrenceOf (".", false, false);
+        const auto startFile = freeName (stem + "_start.wav");
+        const auto endFile = freeName (stem + "_end.wav");
 
-        // The row keeps its path and now holds the first part; the second part follows it.
-        startFile.moveFileTo (file);
-        const auto endTarget = file.getNonexistentSibling (true);
-        endFile.moveFileTo (endTarget);
-        project->insertTrack (row + 1, endTarget.getFullPathName(), formatWav);
-        updateTrackList();
-    }
-    else
-    {
-        startFile.deleteFile();
-        endFile.deleteFile();
+        if (reader != nullptr)
+            readerRate = reader->getSampleRate();
+
+        const double seconds = positionSlider.getValue() / readerRate;
+
+        if (splitFile (file, seconds, startFile, endFile, project))
+        {
+            pausePosition = -1.0;
+
+            // The row keeps its path and now holds the first part; the second part follows it.
+            startFile.moveFileTo (file);
+            const auto endTarget = file.getNonexistentSibling (true);
+            endFile.moveFileTo (endTarget);
+            project->insertTrack (row + 1, endTarget.getFullPathName(), formatWav);
+            updateTrackList();
+        }
+        else
+        {
+            startFile.deleteFile();
+            endFile.deleteFile();
+        }
     }
 
     positionSlider.setEnabled (false);
@@ -414,11 +436,21 @@ void Page2::applyClicked (const Effects& effects)
 
     if (! done)
     {
+        // The tracks are taken by their paths before any is touched: a track brought to WAV
+        // leaves its place for the end of the list, and the rows after it move up.
+        juce::StringArray tracks;
+        for (int i = 0; i < selected.size(); ++i)
+            tracks.add (project->trackPath (selected[i]));
+
         // Each row's result is moved over the file it was made from: sourceFile names that file
         // once prepareTrackFile has run, and stays as it stood where no copy had to be made.
-        for (int i = 0; i < selected.size(); ++i)
+        for (const auto& track : tracks)
         {
-            const auto result = prepareTrackFile (selected[i], effects.denoise, effects.declick, effects.normalize);
+            const int row = project->indexOfTrack (track);
+            if (row < 0)
+                continue;
+
+            const auto result = prepareTrackFile (row, effects.denoise, effects.declick, effects.normalize);
             if (result.exists())
                 copyFile (result, sourceFile, true);
         }
@@ -503,6 +535,10 @@ void Page2::newCaptureClicked()
 //==============================================================================
 juce::File Page2::prepareTrackFile (int row, int denoise, int declick, bool normalize)
 {
+    // No track, nothing to prepare: no question, no conversion, no copy.
+    if (! juce::isPositiveAndBelow (row, project->trackCount()))
+        return {};
+
     const bool resample = resampleToggle.getToggleState();
 
     if (sourceFile.exists() && previewFile.exists() && row == lastRow && resample == lastResample &&
@@ -589,7 +625,7 @@ void Page2::timerCallback()
             positionSlider.setValue ((double) position, juce::dontSendNotification);
         positionSlider.updateTime (position, false);
 
-        if (currentRow != playingRow)
+        if (! isPlayingTrack (currentRow))
         {
             showRestingText();
             splitButton.setEnabled (false);
@@ -665,6 +701,11 @@ void Page2::deleteReader()
 
     ownedReader.reset();
     reader = nullptr;
+}
+
+bool Page2::isPlayingTrack (int row) const
+{
+    return playingTrack.isNotEmpty() && project->trackPath (row) == playingTrack;
 }
 
 juce::File Page2::trackFile (int row) const

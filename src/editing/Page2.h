@@ -34,7 +34,7 @@ public:
 
     /** The file to play or to apply for a row with these effects (-1: that filter is off): the
         track's own file when no effect is ticked, the last preview when nothing changed, and
-        otherwise a processed temporary copy. */
+        otherwise a processed temporary copy; none for a row that is not in the list. */
     juce::File prepareTrackFile (int row, int denoise, int declick, bool normalize);
 
     /** Ends the preview: a player that plays is told to end, and the timer winds it down; one
@@ -99,6 +99,9 @@ private:
 
     juce::File trackFile (int row) const;
 
+    /** Whether the row holds the track that the transport plays or holds paused. */
+    bool isPlayingTrack (int row) const;
+
     /** Moves the wizard to another page, as its buttons would. */
     void goToPage (int index);
 
@@ -112,6 +115,7 @@ private:
     AudioReader* reader = nullptr; // the slot the seek bar reads: always ownedReader's pointer
     int currentRow = -1;
     int playingRow = -1;
+    juce::String playingTrack; // the path of the track that plays or is paused: rows move
     double pausePosition = -1.0;
     double readerRate = 44100.0;
     bool plainPlay = true;

@@ -54,6 +54,8 @@ void ResamplerThread::run()
     buffer.clear();
     const juce::AudioSourceChannelInfo block (buffer);
     const double length = (double) reader->lengthInSamples;
+    // The source's frames that each frame written covers: the ratio, at the source's own rate.
+    const double sourceFramesPerFrame = ratio * (reader->sampleRate / TrackStreaming::outputRate);
     juce::int64 frames = 0;
     bool complete = false;
 
@@ -61,10 +63,10 @@ void ResamplerThread::run()
     {
         setProgress ((double) frames / length);
         transport->getNextAudioBlock (block);
-        written.failed |= ! writer->writeFromAudioSampleBuffer (buffer, 0, buffer.getNumSamples());
+        written.failed |= ! TrackStreaming::writeBlock (*writer, buffer, 0, buffer.getNumSamples());
         frames += buffer.getNumSamples();
 
-        if ((double) frames * ratio >= length || written.failed)
+        if ((double) frames * sourceFramesPerFrame >= length || written.failed)
         {
             complete = true;
             break;

@@ -3,6 +3,8 @@
 #include "editing/TrackStreaming.h"
 #include "project/AudioReaders.h"
 
+#include <cmath>
+
 SplitThread::SplitThread (const juce::File& source, double seconds, const juce::File& start, const juce::File& end,
                           Project* projectForTexts)
     : StreamingThread (TrackStreaming::translate (projectForTexts, "Splitting...")),
@@ -79,11 +81,15 @@ void SplitThread::run()
     reader = opened.get();
     readerSource = std::make_unique<juce::AudioFormatReaderSource> (opened.release(), true);
     sampleRate = reader->sampleRate;
-    splitPosition = splitPosition * sampleRate;
-    const double length = (double) reader->lengthInSamples;
+    // Everything is counted in what comes out, at 44100 Hz, whatever the source's rate. The cut
+    // falls on the frame nearest to the time asked: seconds times a rate seldom gives a whole
+    // number exactly, even where one was meant.
+    splitPosition = std::floor (juce::jmax (0.0, splitPosition * TrackStreaming::outputRate) + 0.5);
+    const double length = (double) TrackStreaming::outputFrames (reader->lengthInSamples, sampleRate);
 
     showStatus (TrackStreaming::translate (project, "Splitting ") + sourceFile.getFileNameWithoutExtension() +
-                TrackStreaming::translate (project, "\nat ") + positionText (splitPosition, sampleRate));
+                TrackStreaming::translate (project, "\nat ") +
+                positionText (splitPosition, TrackStreaming::outputRate));
 
     TrackStreaming::startTransport (*transport, *readerSource, reader->sampleRate);
 
@@ -92,6 +98,7 @@ void SplitThread::run()
     const juce::AudioSourceChannelInfo block (buffer);
     const int n = buffer.getNumSamples();
     double count = 0.0;
+    int taken = n; // the frames of the block in hand that went to the start part
 
     // What lies before the position.
     while (! threadShouldExit())
@@ -101,12 +108,13 @@ void SplitThread::run()
 
         if (count + n < splitPosition)
         {
-            written.failed |= ! writer->writeFromAudioSampleBuffer (buffer, 0, n);
+            written.failed |= ! TrackStreaming::writeBlock (*writer, buffer, 0, n);
             count += n;
         }
         else
         {
-            written.failed |= ! writer->writeFromAudioSampleBuffer (buffer, 0, (int) (splitPosition - count));
+            taken = (int) (splitPosition - count);
+            written.failed |= ! TrackStreaming::writeBlock (*writer, buffer, 0, taken);
             count = splitPosition;
         }
 
@@ -136,9 +144,9 @@ void SplitThread::run()
         return;
     }
 
-    // The rest of the block in hand: every block so far was a whole one.
-    const int rest = (int) ((juce::int64) splitPosition % n);
-    written.failed |= ! writer->writeFromAudioSampleBuffer (buffer, rest, n - rest);
+    // The rest of the block in hand, from the first frame the start part did not take: a cut on
+    // a block's end leaves none of it, and no frame goes to both parts.
+    written.failed |= ! TrackStreaming::writeBlock (*writer, buffer, taken, n - taken);
 
     // What lies after it, in whole blocks.
     buffer.clear();
@@ -147,7 +155,7 @@ void SplitThread::run()
     {
         setProgress (count / length);
         transport->getNextAudioBlock (block);
-        written.failed |= ! writer->writeFromAudioSampleBuffer (buffer, 0, n);
+        written.failed |= ! TrackStreaming::writeBlock (*writer, buffer, 0, n);
         count += n;
 
         if (length <= count || written.failed)

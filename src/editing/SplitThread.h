@@ -25,7 +25,7 @@ public:
     juce::File sourceFile;
     juce::File startFile;
     juce::File endFile;
-    double splitPosition; // seconds, then a sample number once the reader is open
+    double splitPosition; // seconds, then a frame number at 44100 Hz once the reader is open
     double sampleRate = 0.0;
 
 private:

@@ -4,6 +4,7 @@
 #include "encoding/CopyMyFile.h"
 #include "project/Dialogs.h"
 #include "project/Project.h"
+#include "project/Track.h"
 
 TrackList::TrackList (Project* projectToUse)
     : juce::ListBox ("trackList", nullptr),
@@ -47,8 +48,6 @@ bool TrackList::ctrlClickOpensMenu (juce::SystemStats::OperatingSystemType syste
 
 void TrackList::listBoxItemClicked (int row, const juce::MouseEvent& e)
 {
-    currentRow = row;
-
     if (row >= project->trackCount())
         return;
 
@@ -58,6 +57,10 @@ void TrackList::listBoxItemClicked (int row, const juce::MouseEvent& e)
 
     if (menuClick)
     {
+        // Where the Ctrl key is the list's key for adding a row to the selection, it has done so.
+        if (e.mods.isLeftButtonDown() && e.mods.isCommandDown())
+            undoSelectionFlip (row);
+
         auto menu = makeMenu();
         runMenuEntry (showMenu (menu), row);
     }
@@ -65,6 +68,37 @@ void TrackList::listBoxItemClicked (int row, const juce::MouseEvent& e)
     {
         showRenameDialog (row);
     }
+}
+
+void TrackList::selectedRowsChanged (int lastRowSelected)
+{
+    lastSelectedBefore = lastSelected;
+    lastSelected = lastRowSelected;
+}
+
+void TrackList::undoSelectionFlip (int row)
+{
+    auto selection = getSelectedRows();
+
+    if (selection.contains (row))
+        selection.removeRange ({ row, row + 1 });
+    else
+        selection.addRange ({ row, row + 1 });
+
+    // The row selected last before the click becomes so again, as the keys and a Shift click go on
+    // from it.
+    const int anchor = lastSelectedBefore;
+    const bool anchorSelected = selection.contains (anchor);
+
+    if (anchorSelected)
+        selection.removeRange ({ anchor, anchor + 1 });
+
+    setSelectedRows (selection, juce::dontSendNotification);
+
+    if (anchorSelected)
+        selectRow (anchor, true, false);
+    else
+        lastSelected = getLastRowSelected();
 }
 
 juce::PopupMenu TrackList::makeMenu()
@@ -177,8 +211,11 @@ juce::String TrackList::pathForRename (int row, const juce::String& newName) con
     if (folder.isEmpty())
         return {};
 
-    // A rename always gives the ".wav" ending, whatever the file holds.
-    return folder + newName + ".wav";
+    // A file keeps the ending of the format it holds, so that it can still be read: a WAV file,
+    // or one whose ending names no other format, gets ".wav".
+    const auto ending =
+        Track::formatOfPath (path) == formatWav ? juce::String (".wav") : juce::File (path).getFileExtension();
+    return folder + newName + ending;
 }
 
 bool TrackList::renameTrack (int row, const juce::String& newName)
@@ -260,6 +297,13 @@ void TrackList::mergeWithNext (int row)
     const juce::File second (project->trackPath (row + 1));
     const auto merged = juce::File::createTempFile (".wav");
 
+    // The merge is WAV audio: it takes the row's file only where that is a WAV file. A row of
+    // another format gets a ".wav" file of a free name beside its own, which stays as it was.
+    const bool wavRow = Track::formatOfPath (first.getFullPathName()) == formatWav;
+    const auto target =
+        wavRow ? first
+               : first.getSiblingFile (first.getFileNameWithoutExtension() + ".wav").getNonexistentSibling (true);
+
     // A cancelled merge still answers true, having deleted the first file: what was written
     // takes its place all the same.
     if (! merge (first, second, merged))
@@ -268,13 +312,16 @@ void TrackList::mergeWithNext (int row)
         return;
     }
 
-    CopyMyFile move (merged, first, true);
+    CopyMyFile move (merged, target, true);
     move.runThread (juce::Thread::Priority::normal);
     if (! move.result)
     {
         merged.deleteFile();
         return;
     }
+
+    if (! wavRow)
+        project->setTrack (row, formatWav, target.getFullPathName());
 
     // In an encode project the second file is the user's own and stays.
     if (project->projectType == ripProject)

@@ -8,9 +8,10 @@ class Project;
 
 /**
     The track page's list of tracks, one row per track of the project, read afresh at every
-    paint. It remembers the row last clicked for the page, and does the per-track work of its
-    right-click menu: rename, merge with the next track, remove, delete, and the album-wide
-    artist, album, year and genre. Its texts are always English.
+    paint. It tells the page which row is the current one, the highlighted row, whether a click
+    or the arrow keys chose it, and does the per-track work of its right-click menu: rename,
+    merge with the next track, remove, delete, and the album-wide artist, album, year and genre.
+    Its texts are always English.
 */
 class TrackList : public juce::ListBox, public juce::ListBoxModel
 {
@@ -34,11 +35,14 @@ public:
     int getNumRows() override;
     void paintListBoxItem (int row, juce::Graphics& g, int width, int height, bool selected) override;
     void listBoxItemClicked (int row, const juce::MouseEvent& e) override;
+    void selectedRowsChanged (int lastRowSelected) override;
 
-    /** The row last clicked with any button; -1 until the first click. */
-    int getCurrentRow() const { return currentRow; }
+    /** The row the user sees highlighted, chosen last with the mouse or the keys: the row the
+        page plays, splits and previews. -1 when no row is highlighted. */
+    int getCurrentRow() const { return getLastRowSelected(); }
 
-    /** Renames the row's file to `newName` plus ".wav" in its folder; false when it failed. */
+    /** Renames the row's file to `newName` in its folder, with the ending of the format the file
+        holds (".wav" for a WAV file); false when it failed. */
     bool renameTrack (int row, const juce::String& newName);
 
     /** The path a rename to `newName` gives the row's file; empty when the row has no folder. */
@@ -76,13 +80,18 @@ private:
     void removeSelected (int row);
     void deleteSelected (int row);
 
+    /** A Ctrl click that opens the menu has just had the list flip the row's selection: the
+        selection goes back to what it was, so that the menu acts on what the user had chosen. */
+    void undoSelectionFlip (int row);
+
     /** After a rename found the row's file gone: the row leaves the list. */
     void dropVanishedRow (int row);
 
     void refresh();
 
     Project* project;
-    int currentRow = -1;
+    int lastSelected = -1;       // the row the list last selected, as it reports it
+    int lastSelectedBefore = -1; // the same before the last change of the selection
 
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (TrackList)
 };

@@ -7,6 +7,7 @@
 
 #include "WavFiles.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace FilterRunSupport
@@ -18,6 +19,24 @@ inline void runFilters (const juce::File& input, const juce::File& output, int d
     filters.threadsToUse = threads;
     filters.applyFilters (input.getFullPathName().toRawUTF8(), output.getFullPathName().toRawUTF8(), denoise, declick,
                           normalize);
+}
+
+/** The size of the file a run writes beside `output` before it takes the output's place, 0
+    while there is none. */
+inline juce::int64 sizeWrittenBeside (const juce::File& output)
+{
+    juce::int64 size = 0;
+    for (const auto& file : output.getParentDirectory().findChildFiles (
+             juce::File::findFiles, false, "." + output.getFileNameWithoutExtension() + "_temp*"))
+        size = std::max (size, file.getSize());
+    return size;
+}
+
+/** The files beside `output` that a run wrote and left there. */
+inline int filesLeftBeside (const juce::File& output)
+{
+    return output.getParentDirectory().getNumberOfChildFiles (juce::File::findFiles,
+                                                              "." + output.getFileNameWithoutExtension() + "_temp*");
 }
 
 /** A tone with crackle and hiss, in both channels. */

@@ -84,7 +84,194 @@ std::vector<std::vector<int>> expectedRun (const Audio& input, int denoise, int 
     return output;
 }
 
+/** A PCM WAV file of a depth that no writer of the program makes (7, 12, 20 bits...), each
+    sample in whole bytes as the format stores it, left-justified. */
+juce::File oddDepthWav (const juce::File& file, int bits, int channels, int frames)
+{
+    const int bytesPerSample = (bits + 7) / 8;
+    const int blockAlign = bytesPerSample * channels;
+    juce::MemoryOutputStream bytes;
+    bytes.write ("RIFF", 4);
+    bytes.writeInt (36 + frames * blockAlign);
+    bytes.write ("WAVEfmt ", 8);
+    bytes.writeInt (16);
+    bytes.writeShort (1);
+    bytes.writeShort ((short) channels);
+    bytes.writeInt (44100);
+    bytes.writeInt (44100 * blockAlign);
+    bytes.writeShort ((short) blockAlign);
+    bytes.writeShort ((short) bits);
+    bytes.write ("data", 4);
+    bytes.writeInt (frames * blockAlign);
+
+    juce::Random random (bits);
+    for (int n = 0; n < frames * channels; ++n)
+    {
+        const auto value = (juce::uint32) random.nextInt (1 << bits) << (8 * bytesPerSample - bits);
+        for (int b = 0; b < bytesPerSample; ++b)
+            bytes.writeByte ((char) (value >> (8 * b)));
+    }
+
+    file.replaceWithData (bytes.getData(), bytes.getDataSize());
+    return file;
+}
+
+/** A 32-bit floating-point WAV file of these samples, one vector per channel. */
+void writeFloatWav (const juce::File& file, const std::vector<std::vector<float>>& channels)
+{
+    file.deleteFile();
+    juce::WavAudioFormat wav;
+    std::unique_ptr<juce::AudioFormatWriter> writer (
+        wav.createWriterFor (file.createOutputStream().release(), 44100.0, (unsigned int) channels.size(), 32, {}, 0));
+    ASSERT_NE (writer, nullptr);
+    ASSERT_TRUE (writer->isFloatingPoint());
+    std::vector<const float*> pointers;
+    for (const auto& channel : channels)
+        pointers.push_back (channel.data());
+    pointers.push_back (nullptr);
+    writer->write (reinterpret_cast<const int**> (pointers.data()), (int) channels[0].size());
+}
+
+/** The samples of a floating-point WAV file; empty when it is not one. */
+std::vector<std::vector<float>> readFloatWav (const juce::File& file)
+{
+    juce::WavAudioFormat wav;
+    std::unique_ptr<juce::AudioFormatReader> reader (wav.createReaderFor (file.createInputStream().release(), true));
+    if (reader == nullptr || ! reader->usesFloatingPointData)
+        return {};
+
+    juce::AudioBuffer<float> buffer ((int) reader->numChannels, (int) reader->lengthInSamples);
+    reader->read (&buffer, 0, buffer.getNumSamples(), 0, true, true);
+    std::vector<std::vector<float>> channels;
+    for (int c = 0; c < buffer.getNumChannels(); ++c)
+        channels.emplace_back (buffer.getReadPointer (c), buffer.getReadPointer (c) + buffer.getNumSamples());
+    return channels;
+}
+
 } // namespace
+
+TEST (FilterRun, inPlaceAFileOfADepthWithNoWriterKeepsTheTrackAndShowsTheOutputError)
+{
+    for (const int bits : { 7, 12, 20 })
+    {
+        for (const int channels : { 1, 2 })
+        {
+            SCOPED_TRACE (juce::String (bits) + " bits, " + juce::String (channels) + " channel(s)");
+            FakeDialogs dialogs;
+            const auto track = oddDepthWav (WavFiles::folder().getChildFile ("odd.wav"), bits, channels, 22050);
+            juce::MemoryBlock before;
+            ASSERT_TRUE (track.loadFileAsData (before));
+
+            runFilters (track, track, 10, 10);
+
+            const auto alerts = dialogs.alerts();
+            ASSERT_EQ (alerts.size(), 1u);
+            EXPECT_EQ (alerts[0].title, "Groove Smith : Error");
+            // A 7-bit mono file is one that the reader itself refuses: its frames have no whole byte.
+            if (bits == 7 && channels == 1)
+                EXPECT_EQ (alerts[0].message, "Error while opening input file");
+            else
+                EXPECT_EQ (alerts[0].message, "Error while opening output file");
+            juce::MemoryBlock after;
+            ASSERT_TRUE (track.loadFileAsData (after));
+            EXPECT_EQ (after, before) << "the track is as it was";
+            EXPECT_EQ (WavFiles::folder().getNumberOfChildFiles (
+                           juce::File::findFilesAndDirectories | juce::File::ignoreHiddenFiles, "*"),
+                       1);
+            EXPECT_EQ (WavFiles::folder().getNumberOfChildFiles (juce::File::findFilesAndDirectories, ".*"), 0)
+                << "nothing is left beside it";
+        }
+    }
+}
+
+TEST (FilterRun, inPlaceFilesOf8And24BitsKeepTheirDepthAndAreFiltered)
+{
+    for (const int bits : { 8, 24 })
+    {
+        for (const int channels : { 1, 2 })
+        {
+            SCOPED_TRACE (juce::String (bits) + " bits, " + juce::String (channels) + " channel(s)");
+            FakeDialogs dialogs;
+            const auto track = WavFiles::folder().getChildFile ("track.wav");
+            auto audio = crackle (256 * 12 + 100);
+            audio.channels.resize ((size_t) channels);
+
+            // The same sound at 16 bits, which is what the run works from.
+            auto sixteen = audio;
+            audio.bits = bits;
+            for (auto& channel : audio.channels)
+                for (auto& value : channel)
+                    value = bits == 8 ? value >> 8 : value * 256 + 0x33;
+            for (auto& channel : sixteen.channels)
+                for (auto& value : channel)
+                    value = bits == 8 ? (value >> 8) * 256 : value;
+            WavFiles::write (track, audio);
+
+            runFilters (track, track, 10, 30);
+
+            EXPECT_TRUE (dialogs.alerts().empty());
+            EXPECT_EQ (filesLeftBeside (track), 0);
+            const auto result = WavFiles::read (track);
+            ASSERT_EQ (result.bits, bits);
+            ASSERT_EQ ((int) result.channels.size(), channels);
+            ASSERT_EQ (result.frames(), 256 * 12);
+
+            if (channels == 2)
+            {
+                const auto expected = expectedRun (sixteen, 10, 30);
+                for (size_t c = 0; c < 2; ++c)
+                    for (size_t n = 0; n < (size_t) result.frames(); ++n)
+                        ASSERT_EQ (result.channels[c][n], bits == 8 ? expected[c][n] >> 8 : expected[c][n] * 256)
+                            << c << " " << n;
+            }
+        }
+    }
+}
+
+TEST (FilterRun, inPlaceAFloatingPointFileStaysOneAndIsFilteredFromTheSameSteps)
+{
+    for (const int channels : { 1, 2 })
+    {
+        SCOPED_TRACE (channels);
+        FakeDialogs dialogs;
+        const auto track = WavFiles::folder().getChildFile ("float.wav");
+        const auto audio = crackle (256 * 10 + 30);
+
+        // The floats that the 16-bit steps of the crackle stand for.
+        std::vector<std::vector<float>> floats;
+        for (int c = 0; c < channels; ++c)
+        {
+            floats.emplace_back();
+            for (const int value : audio.channels[(size_t) c])
+                floats.back().push_back ((float) value / 32767.0f);
+        }
+        writeFloatWav (track, floats);
+
+        runFilters (track, track, 20, 20);
+
+        EXPECT_TRUE (dialogs.alerts().empty());
+        const auto result = readFloatWav (track);
+        ASSERT_EQ ((int) result.size(), channels) << "still a floating-point file";
+        ASSERT_EQ (result[0].size(), 256u * 10);
+
+        if (channels == 2)
+        {
+            const auto expected = expectedRun (audio, 20, 20);
+            for (size_t c = 0; c < 2; ++c)
+                for (size_t n = 0; n < result[c].size(); ++n)
+                    ASSERT_EQ (result[c][n], (float) expected[c][n] / 32767.0f) << c << " " << n;
+        }
+        else
+        {
+            // Floats on the scale of the file, at most the 0.8 of the run's last scaling.
+            float loudest = 0.0f;
+            for (const float value : result[0])
+                loudest = std::max (loudest, std::abs (value));
+            EXPECT_GT (loudest, 0.5f);
+            EXPECT_LE (loudest, 0.8f);
+        }
+    }
+}
 
 TEST (FilterRun, withBothFiltersOffItStillNormalizesScalesByPointEightAndKeepsWholeBlocks)
 {
@@ -395,22 +582,24 @@ TEST (FilterRun, cancelDeletesTheOutputAndInPlaceTheFileItself)
     WavFiles::write (input, audio);
 
     {
-        WavFiles::CancelWhen cancel ([&] { return output.getSize() > 200000; });
+        WavFiles::CancelWhen cancel ([&] { return sizeWrittenBeside (output) > 200000; });
         runFilters (input, output, 20, 50);
         EXPECT_TRUE (cancel.pressed);
         EXPECT_EQ (cancel.windowTitle, "Applying filters...");
     }
 
     EXPECT_FALSE (output.exists());
+    EXPECT_EQ (filesLeftBeside (output), 0);
     EXPECT_TRUE (input.existsAsFile());
 
     {
-        WavFiles::CancelWhen cancel ([&] { return input.getSize() > 200000 && input.getSize() < 20000000; });
+        WavFiles::CancelWhen cancel ([&] { return sizeWrittenBeside (input) > 200000; });
         runFilters (input, input, 20, 50);
         EXPECT_TRUE (cancel.pressed);
     }
 
     EXPECT_FALSE (input.exists());
+    EXPECT_EQ (filesLeftBeside (input), 0);
     EXPECT_TRUE (dialogs.alerts().empty());
 }
 

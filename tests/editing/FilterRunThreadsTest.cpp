@@ -241,13 +241,14 @@ TEST (FilterRunThreads, onTwoThreadsCancelDeletesTheOutput)
     WavFiles::write (input, crackle (44100 * 150));
 
     {
-        WavFiles::CancelWhen cancel ([&] { return output.getSize() > 200000; });
+        WavFiles::CancelWhen cancel ([&] { return sizeWrittenBeside (output) > 200000; });
         runFilters (input, output, 20, 50, true, 2);
         EXPECT_TRUE (cancel.pressed);
         EXPECT_EQ (cancel.windowTitle, "Applying filters...");
     }
 
     EXPECT_FALSE (output.exists());
+    EXPECT_EQ (filesLeftBeside (output), 0);
     EXPECT_TRUE (input.existsAsFile());
     EXPECT_TRUE (dialogs.alerts().empty());
 }

@@ -10,14 +10,15 @@
 
 namespace
 {
-/** Frames written: whole blocks until written * ratio reaches the input's length. */
-int resampledFrames (double length, double ratio)
+/** Frames written: whole blocks until they cover the input's length, each frame at 44100 Hz
+    standing for `ratio` of a frame at the input's rate. */
+int resampledFrames (double length, double ratio, double rate = 44100.0)
 {
     juce::int64 written = 0;
 
     do
         written += 960;
-    while ((double) written * ratio < length);
+    while ((double) written * ratio * (rate / 44100.0) < length);
 
     return (int) written;
 }
@@ -78,7 +79,9 @@ TEST (Resampler, aFileAt48kHzIsDeclaredAt35520AndSlowedTheSameWay)
 
     const auto result = WavFiles::read (track);
     EXPECT_EQ (result.rate, 44100.0);
-    EXPECT_EQ (result.frames(), resampledFrames (96000.0, 0.74));
+    // Its two seconds come out whole, slowed to 2 / 0.74 seconds at 44100 Hz.
+    EXPECT_EQ (result.frames(), resampledFrames (96000.0, 0.74, 48000.0));
+    EXPECT_EQ (result.frames(), 120000);
     EXPECT_NEAR (WavFiles::signChanges (result.channels[0], 0, 44100), 1480, 4);
 }
 
@@ -102,6 +105,27 @@ TEST (Resampler, aRatioOfOnePassesTheFileThroughWithTheLastBlockFilledWithSilenc
         for (int n = 5000; n < 5760; ++n)
             ASSERT_EQ (result.channels[c][(size_t) n], 0) << n;
     }
+}
+
+TEST (Resampler, aRatioOfOneGivesBackTheSamplesBitForBit)
+{
+    auto input = file ("in.wav");
+    auto output = file ("out.wav");
+    WavFiles::Audio audio;
+    audio.channels.assign (2, std::vector<int> (4000));
+    juce::Random random (3);
+    for (auto& channel : audio.channels)
+        for (auto& value : channel)
+            value = random.nextBool() ? (random.nextBool() ? 32767 : -32768) : random.nextInt (65536) - 32768;
+    WavFiles::write (input, audio);
+
+    EXPECT_TRUE (resampleFile (&input, &output, 1.0));
+
+    const auto result = WavFiles::read (output);
+    ASSERT_EQ (result.frames(), 4800);
+    for (size_t c = 0; c < 2; ++c)
+        for (int n = 0; n < 4000; ++n)
+            ASSERT_EQ (result.channels[c][(size_t) n], audio.channels[c][(size_t) n]) << n;
 }
 
 TEST (Resampler, aMonoFileComesOutAsTwoEqualChannels)

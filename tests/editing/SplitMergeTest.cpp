@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cmath>
 
 using WavFiles::Audio;
 
@@ -22,9 +23,10 @@ struct SplitFrames
 /** The frames a split writes to each part, counted as the worker counts them. */
 SplitFrames splitFrames (double seconds, double rate, double length)
 {
-    const double position = seconds * rate;
+    const double position = std::floor (seconds * rate + 0.5); // the nearest frame
     const int n = 960;
     double count = 0.0;
+    int taken = n;
     SplitFrames frames;
 
     for (;;)
@@ -36,7 +38,8 @@ SplitFrames splitFrames (double seconds, double rate, double length)
         }
         else
         {
-            frames.start += (int) (position - count);
+            taken = (int) (position - count);
+            frames.start += taken;
             count = position;
         }
 
@@ -44,7 +47,8 @@ SplitFrames splitFrames (double seconds, double rate, double length)
             break;
     }
 
-    frames.end = n - (int) ((juce::int64) position % n);
+    // What the start part left of the block in hand, then whole blocks.
+    frames.end = n - taken;
 
     for (;;)
     {
@@ -71,6 +75,34 @@ void expectSilence (const std::vector<int>& samples, int from)
 {
     for (size_t i = (size_t) from; i < samples.size(); ++i)
         ASSERT_EQ (samples[i], 0) << "frame " << i;
+}
+
+/** Random 16-bit stereo audio that reaches both ends of the scale: full scale, one step
+    below it, and values above half of it, where a conversion to float and back loses a step
+    first. */
+Audio fullScaleNoise (int frames, juce::int64 seed)
+{
+    Audio audio;
+    audio.channels.assign (2, std::vector<int> ((size_t) frames));
+    juce::Random random (seed);
+    const int edges[] = { 32767, -32768, 32766, -32767, 16384, -16385, 30000, -30001 };
+
+    for (auto& channel : audio.channels)
+        for (int n = 0; n < frames; ++n)
+            channel[(size_t) n] = random.nextInt (4) == 0 ? edges[random.nextInt (8)] : random.nextInt (65536) - 32768;
+
+    return audio;
+}
+
+/** `count` samples of `actual` from `actualFrom` are exactly those of `expected` from `expectedFrom`. */
+void expectSameSamples (const std::vector<int>& actual, int actualFrom, const std::vector<int>& expected,
+                        int expectedFrom, int count)
+{
+    ASSERT_GE ((int) actual.size(), actualFrom + count);
+    ASSERT_GE ((int) expected.size(), expectedFrom + count);
+    for (int i = 0; i < count; ++i)
+        ASSERT_EQ (actual[(size_t) (actualFrom + i)], expected[(size_t) (expectedFrom + i)])
+            << "frame " << actualFrom + i;
 }
 
 using StatusKeepingSplit = StatusKeeping<SplitThread>;
@@ -125,7 +157,7 @@ TEST (Split, atPositionZeroTheStartPartHasOnlyAHeaderAndTheFirstBlockGoesWhole)
     expectSilence (end.channels[0], 5000);
 }
 
-TEST (Split, aPositionPastTheEndPutsEverythingInWholeBlocksFirstAndSilenceAfter)
+TEST (Split, aPositionPastTheEndPutsEverythingInWholeBlocksFirstAndOneBlockOfSilenceAfter)
 {
     const auto source = file ("side.wav");
     const auto audio = WavFiles::tone (2000);
@@ -136,7 +168,8 @@ TEST (Split, aPositionPastTheEndPutsEverythingInWholeBlocksFirstAndSilenceAfter)
     const auto start = WavFiles::read (file ("a.wav"));
     const auto end = WavFiles::read (file ("b.wav"));
     EXPECT_EQ (start.frames(), 2880);
-    EXPECT_EQ (end.frames(), (960 - 5000 % 960) + 960);
+    // The start part took its last block whole: none of it goes to the end part again.
+    EXPECT_EQ (end.frames(), 960);
     expectSameSound (start.channels[1], 0, audio.channels[1], 0, 2000);
     expectSilence (start.channels[1], 2000);
     expectSilence (end.channels[0], 0);
@@ -159,7 +192,7 @@ TEST (Split, lessThanABlockAfterThePositionGivesAnEndPartOfAtMostTwoBlocks)
     expectSilence (end.channels[0], 500);
 }
 
-TEST (Split, aSourceAtAnotherRateComesOutResampledWithCountsInTheSourcesSamples)
+TEST (Split, aSourceAtAnotherRateComesOutAt44100WithCountsInWhatComesOut)
 {
     const auto source = file ("48k.wav");
     const auto audio = WavFiles::tone (96000, 48000.0, 1000.0); // two seconds
@@ -167,15 +200,18 @@ TEST (Split, aSourceAtAnotherRateComesOutResampledWithCountsInTheSourcesSamples)
 
     ASSERT_TRUE (splitFile (source, 1.0, file ("a.wav"), file ("b.wav")));
 
+    // Two seconds at 44100 Hz, cut after the first.
     const auto start = WavFiles::read (file ("a.wav"));
     const auto end = WavFiles::read (file ("b.wav"));
-    const auto expected = splitFrames (1.0, 48000.0, 96000.0);
+    const auto expected = splitFrames (1.0, 44100.0, 88200.0);
     EXPECT_EQ (start.rate, 44100.0);
-    EXPECT_EQ (start.frames(), 48000);
+    EXPECT_EQ (start.frames(), 44100);
     EXPECT_EQ (end.frames(), expected.end);
+    EXPECT_GE (end.frames(), 44100);
 
-    // 48000 frames at 44100 Hz: the tone keeps its pitch, 2000 sign changes a second.
+    // The tone keeps its pitch, 2000 sign changes a second.
     EXPECT_NEAR (WavFiles::signChanges (start.channels[0], 0, 44100), 2000, 4);
+    EXPECT_NEAR (WavFiles::signChanges (end.channels[0], 0, 44100), 2000, 4);
 }
 
 TEST (Split, aMonoSourceComesOutAsTwoEqualChannels)
@@ -296,6 +332,71 @@ TEST (Split, thePositionIsShownInMinutesSecondsAndHundredthsFromTheStart)
 
     EXPECT_TRUE (worker.success);
     EXPECT_EQ (worker.shown, juce::StringArray ("Splitting My Side\nat 1:01.6150"));
+}
+
+TEST (Split, aSourceAt44100ComesOutBitForBitInItsTwoParts)
+{
+    const auto source = file ("noise.wav");
+    const auto audio = fullScaleNoise (30000, 14);
+    WavFiles::write (source, audio);
+
+    ASSERT_TRUE (splitFile (source, 12345.0 / 44100.0, file ("a.wav"), file ("b.wav")));
+
+    const auto start = WavFiles::read (file ("a.wav"));
+    const auto end = WavFiles::read (file ("b.wav"));
+    ASSERT_EQ (start.frames(), 12345);
+
+    for (size_t c = 0; c < 2; ++c)
+    {
+        expectSameSamples (start.channels[c], 0, audio.channels[c], 0, 12345);
+        expectSameSamples (end.channels[c], 0, audio.channels[c], 12345, 30000 - 12345);
+        expectSilence (end.channels[c], 30000 - 12345);
+    }
+}
+
+TEST (Split, aCutOnAWholeNumberOfBlocksWritesNoSampleTwiceAndLosesNone)
+{
+    const auto source = file ("noise.wav");
+    const auto audio = fullScaleNoise (10000, 8);
+    WavFiles::write (source, audio);
+
+    for (const int cut : { 960, 1920, 4800, 9600 })
+    {
+        SCOPED_TRACE (cut);
+        ASSERT_TRUE (splitFile (source, cut / 44100.0, file ("a.wav"), file ("b.wav")));
+
+        const auto start = WavFiles::read (file ("a.wav"));
+        const auto end = WavFiles::read (file ("b.wav"));
+        ASSERT_EQ (start.frames(), cut);
+        ASSERT_GE (end.frames(), 10000 - cut);
+        EXPECT_LT (end.frames(), 10000 - cut + 960) << "at most one block of silence after the rest";
+
+        for (size_t c = 0; c < 2; ++c)
+        {
+            expectSameSamples (start.channels[c], 0, audio.channels[c], 0, cut);
+            expectSameSamples (end.channels[c], 0, audio.channels[c], cut, 10000 - cut);
+            expectSilence (end.channels[c], 10000 - cut);
+        }
+    }
+}
+
+TEST (Merge, sourcesAt44100ComeOutBitForBit)
+{
+    const auto first = fullScaleNoise (20000, 21);
+    const auto second = fullScaleNoise (15001, 22);
+    WavFiles::write (file ("one.wav"), first);
+    WavFiles::write (file ("two.wav"), second);
+
+    ASSERT_TRUE (mergeFiles (file ("one.wav"), file ("two.wav"), file ("both.wav")));
+
+    const auto both = WavFiles::read (file ("both.wav"));
+    ASSERT_EQ (both.frames(), 35001);
+
+    for (size_t c = 0; c < 2; ++c)
+    {
+        expectSameSamples (both.channels[c], 0, first.channels[c], 0, 20000);
+        expectSameSamples (both.channels[c], 20000, second.channels[c], 0, 15001);
+    }
 }
 
 TEST (Merge, theOutputHoldsExactlyBothFilesOneAfterTheOther)

@@ -183,19 +183,27 @@ TEST_F (TrackListView, aRowIsPaintedWithItsTrackNameAndASelectedOneOnGrey230)
             ASSERT_EQ (past.getPixelAt (x, y), juce::Colours::white);
 }
 
-TEST_F (ThreeTracks, aClickOfAnyButtonSetsTheCurrentRowEvenPastTheEnd)
+TEST_F (ThreeTracks, theCurrentRowIsTheHighlightedOneWhetherAClickOrTheKeysChoseIt)
 {
     clickRow (*list, 1);
     EXPECT_EQ (list->getCurrentRow(), 1);
     EXPECT_EQ (list->getSelectedRows().size(), 1);
     EXPECT_TRUE (list->isRowSelected (1));
 
-    // A click below the last row: the row is noted, and nothing more happens.
-    list->listBoxItemClicked (7, mouseEvent (*list, rightButton, 1));
-    EXPECT_EQ (list->getCurrentRow(), 7);
-    list->listBoxItemClicked (5, mouseEvent (*list, leftButton, 2));
-    EXPECT_EQ (list->getCurrentRow(), 5);
-    EXPECT_TRUE (menus.empty());
+    ASSERT_TRUE (pressKey (*list, juce::KeyPress (juce::KeyPress::downKey)));
+    EXPECT_EQ (list->getCurrentRow(), 2);
+    ASSERT_TRUE (pressKey (*list, juce::KeyPress (juce::KeyPress::homeKey)));
+    EXPECT_EQ (list->getCurrentRow(), 0);
+
+    // A right click on a row highlights it too.
+    chooseFromMenu (2, 0);
+    EXPECT_EQ (list->getCurrentRow(), 2);
+    EXPECT_TRUE (list->isRowSelected (2));
+
+    // With nothing highlighted there is no current row.
+    list->deselectAllRows();
+    EXPECT_EQ (list->getCurrentRow(), -1);
+    EXPECT_EQ (menus.size(), 1u);
     EXPECT_TRUE (dialogs.alerts().empty());
 }
 
@@ -228,7 +236,8 @@ TEST_F (ThreeTracks, aCtrlClickOpensTheMenuExceptOnTheOldestWindows)
 {
     clickRow (*list, 2, ctrlLeftButton);
     EXPECT_EQ (menus.size(), 1u);
-    EXPECT_EQ (list->getCurrentRow(), 2);
+    EXPECT_EQ (list->getNumSelectedRows(), 0) << "the menu's click highlights nothing";
+    EXPECT_EQ (list->getCurrentRow(), -1);
 
     using OS = juce::SystemStats;
     EXPECT_FALSE (TrackList::ctrlClickOpensMenu (OS::Win2000));
@@ -292,22 +301,29 @@ TEST_F (ThreeTracks, renamingARowToItsOwnNameLeavesEverythingInPlaceAndSucceeds)
     EXPECT_EQ (namesOf (*project), juce::StringArray ({ "Track1", "Track2", "Track3" }));
 }
 
-TEST_F (TrackListView, renamingAnOggTrackGivesItTheWavEndingWithItsContentUnchanged)
+TEST_F (TrackListView, renamingAnOggTrackKeepsItsOggEndingWithItsContentUnchanged)
 {
     const auto ogg = addEncoded ("Live.ogg", 20000);
+    const auto flac = addEncoded ("Studio.flac", 20000, 2);
+    const auto wav = addWav ("Demo.wav", song (2000));
     show();
     const auto before = bytesOf (ogg);
 
-    EXPECT_EQ (list->pathForRename (0, "Encore"), folder.getChildFile ("Encore.wav").getFullPathName());
+    EXPECT_EQ (list->pathForRename (0, "Encore"), folder.getChildFile ("Encore.ogg").getFullPathName());
+    EXPECT_EQ (list->pathForRename (1, "Take 2"), folder.getChildFile ("Take 2.flac").getFullPathName());
+    EXPECT_EQ (list->pathForRename (2, "Rough"), folder.getChildFile ("Rough.wav").getFullPathName());
     dialogs.answer ("ok", { "Encore" });
     doubleClickRow (*list, 0);
 
-    const auto renamed = folder.getChildFile ("Encore.wav");
+    // Ogg Vorbis data under an Ogg name: the program and every player can still read it.
+    const auto renamed = folder.getChildFile ("Encore.ogg");
     EXPECT_FALSE (ogg.exists());
+    EXPECT_FALSE (folder.getChildFile ("Encore.wav").exists());
     EXPECT_EQ (bytesOf (renamed), before);
     EXPECT_EQ (project->trackPath (0), renamed.getFullPathName());
     EXPECT_EQ (project->trackFormat (0), formatOgg) << "a rename doesn't touch the format";
     EXPECT_EQ (audiofiles::oggInfo (renamed).exitCode, 0) << "still an Ogg Vorbis stream";
+    EXPECT_TRUE (audiofiles::readAudio (renamed).opened);
 }
 
 TEST_F (ThreeTracks, renamingOntoAnExistingTrackAsksAndReplacesItOnlyOnYes)
@@ -451,24 +467,50 @@ TEST_F (ThreeTracks, mergeWritesBothTracksIntoTheFirstRowsFileAndDeletesTheSecon
     EXPECT_EQ (WavFiles::read (files[2]).channels, audio[2].channels);
 }
 
-TEST_F (TrackListView, mergeInAnEncodeProjectKeepsTheUsersSecondFileAndGivesTheFirstRowWavContent)
+TEST_F (TrackListView, mergeInAnEncodeProjectPutsTheWavBesideTheUsersFilesAndLeavesThemAsTheyWere)
 {
     project->projectType = encodeProject;
     const auto flac = addEncoded ("Part one.flac", 30000, 3);
     const auto second = addWav ("Part two.wav", song (20000, 2));
+    const auto flacBytes = bytesOf (flac);
     const auto secondBytes = bytesOf (second);
     show();
 
     chooseFromMenu (0, TrackList::mergeEntry);
 
-    EXPECT_EQ (trackPaths (*project), pathsOf ({ flac }));
-    EXPECT_EQ (project->trackFormat (0), formatFlac) << "path and format stay";
+    // The row now names a WAV file of both parts; the user's FLAC file is as it was.
+    const auto merged = folder.getChildFile ("Part one.wav");
+    EXPECT_EQ (trackPaths (*project), pathsOf ({ merged }));
+    EXPECT_EQ (project->trackFormat (0), formatWav);
+    EXPECT_EQ (bytesOf (flac), flacBytes);
+    EXPECT_EQ (audiofiles::readAudio (flac).length, 30000) << "still a FLAC stream";
     EXPECT_EQ (bytesOf (second), secondBytes);
+    EXPECT_EQ (WavFiles::read (merged).frames(), 50000);
+    EXPECT_TRUE (dialogs.alerts().empty());
+}
 
-    // Under its old name the row now holds a WAV file of both parts.
-    const auto merged = WavFiles::read (flac);
-    EXPECT_EQ (merged.frames(), 50000);
-    EXPECT_TRUE (flac.loadFileAsString().startsWith ("RIFF")) << "no longer a FLAC stream";
+TEST_F (TrackListView, mergeOfANonWavRowTakesAWavNameThatIsFree)
+{
+    project->projectType = encodeProject;
+    const auto ogg = addEncoded ("Side.ogg", 20000, 3);
+    addWav ("Side.wav", song (7000, 4)); // another track of the list
+    const auto usersOwn = folder.getChildFile ("Side (2).wav");
+    WavFiles::write (usersOwn, song (3000, 5)); // and a file of the user's, in no list
+    const auto oggBytes = bytesOf (ogg);
+    const auto trackBytes = bytesOf (folder.getChildFile ("Side.wav"));
+    const auto usersBytes = bytesOf (usersOwn);
+    show();
+
+    chooseFromMenu (0, TrackList::mergeEntry);
+
+    ASSERT_EQ (project->trackCount(), 1);
+    const juce::File merged (project->trackPath (0));
+    EXPECT_EQ (merged.getFileExtension(), ".wav");
+    EXPECT_EQ (merged.getParentDirectory(), folder);
+    EXPECT_EQ (WavFiles::read (merged).frames(), (int) audiofiles::readAudio (ogg).length + 7000);
+    EXPECT_EQ (bytesOf (ogg), oggBytes);
+    EXPECT_EQ (bytesOf (folder.getChildFile ("Side.wav")), trackBytes);
+    EXPECT_EQ (bytesOf (usersOwn), usersBytes);
 }
 
 TEST_F (ThreeTracks, mergeOnTheLastRowDoesNothing)
@@ -554,15 +596,75 @@ TEST_F (ThreeTracks, removeOfOneRowAsksAndLeavesTheFile)
 
 TEST_F (ThreeTracks, aMenuOnARowOutsideTheSelectionRemovesTheClickedRowWhenOneOtherIsSelected)
 {
-    list->selectRow (0);
+    // The menu comes up for row 2, Ctrl-clicked, while row 0 alone is selected.
+    clickRow (*list, 0);
     menuAnswer = TrackList::removeTrackEntry;
     dialogs.answer ("OK");
-    // The menu comes up for row 2 while row 0 alone is selected.
-    list->listBoxItemClicked (2, mouseEvent (*list, rightButton, 1));
+    clickRow (*list, 2, ctrlLeftButton);
 
+    ASSERT_EQ (menus.size(), 1u);
     ASSERT_EQ (dialogs.alerts().size(), 1u);
+    EXPECT_EQ (dialogs.alerts()[0].title, "Remove Track");
     EXPECT_EQ (dialogs.alerts()[0].message, "Are you sure to remove the track named: Track3\n(file won't be erased)");
     EXPECT_EQ (namesOf (*project), juce::StringArray ({ "Track1", "Track2" }));
+    for (const auto& file : files)
+        EXPECT_TRUE (file.existsAsFile());
+}
+
+TEST_F (ThreeTracks, aCtrlClickThatOpensTheMenuLeavesTheSelectionAsItWas)
+{
+    clickRow (*list, 0);
+    clickRow (*list, 1,
+              juce::ModifierKeys (juce::ModifierKeys::leftButtonModifier | juce::ModifierKeys::shiftModifier));
+    ASSERT_EQ (list->getNumSelectedRows(), 2);
+    const auto selected = list->getSelectedRows();
+
+    // Dismissed menus, on a row outside the selection and on one inside it.
+    clickRow (*list, 2, ctrlLeftButton);
+    EXPECT_EQ (list->getSelectedRows(), selected);
+    clickRow (*list, 1, ctrlLeftButton);
+    EXPECT_EQ (list->getSelectedRows(), selected);
+    clickRow (*list, 0, ctrlLeftButton);
+    EXPECT_EQ (list->getSelectedRows(), selected);
+    EXPECT_EQ (menus.size(), 3u);
+    EXPECT_EQ (project->trackCount(), 3);
+
+    // The keys go on from the row selected last, as before the menus.
+    EXPECT_EQ (list->getLastRowSelected(), 1);
+    list->keyPressed (juce::KeyPress (juce::KeyPress::downKey));
+    EXPECT_EQ (list->getNumSelectedRows(), 1);
+    EXPECT_TRUE (list->isRowSelected (2));
+}
+
+TEST_F (ThreeTracks, removeFromACtrlClickOnTheOneSelectedRowAsksAndRemovesIt)
+{
+    clickRow (*list, 1);
+    menuAnswer = TrackList::removeTrackEntry;
+    dialogs.answer ("OK");
+    clickRow (*list, 1, ctrlLeftButton);
+
+    ASSERT_EQ (dialogs.alerts().size(), 1u);
+    EXPECT_EQ (dialogs.alerts()[0].message, "Are you sure to remove the track named: Track2\n(file won't be erased)");
+    EXPECT_EQ (namesOf (*project), juce::StringArray ({ "Track1", "Track3" }));
+    EXPECT_TRUE (files[1].existsAsFile());
+}
+
+TEST_F (ThreeTracks, deleteFromACtrlClickOutsideTheSelectionAsksForTheClickedRowAndDeletesOnlyThatOne)
+{
+    clickRow (*list, 0);
+    menuAnswer = TrackList::deleteTrackEntry;
+    dialogs.answer ("OK");
+    clickRow (*list, 2, ctrlLeftButton);
+
+    const auto alerts = dialogs.alerts();
+    ASSERT_EQ (alerts.size(), 2u);
+    expectAlert (alerts[0], juce::MessageBoxIconType::InfoIcon, "Delete Track",
+                 "Are you sure to delete the track named: Track3\n", { "OK", "Cancel" });
+    EXPECT_EQ (alerts[1].message, "File has been deleted sucessfully");
+    EXPECT_EQ (namesOf (*project), juce::StringArray ({ "Track1", "Track2" }));
+    EXPECT_TRUE (files[0].existsAsFile());
+    EXPECT_TRUE (files[1].existsAsFile());
+    EXPECT_FALSE (files[2].exists());
 }
 
 TEST_F (ThreeTracks, removeOfSeveralRowsAsksNothingAndWithNoSelectionNothingHappens)

@@ -51,6 +51,17 @@ inline void clickRow (juce::ListBox& list, int row, juce::ModifierKeys mods = le
     rowComponent->mouseUp (event);
 }
 
+/** A key pressed while `focused` has the keyboard focus, delivered as the window delivers it:
+    to that component first, then to each of its parents until one takes it. */
+inline bool pressKey (juce::Component& focused, const juce::KeyPress& key)
+{
+    for (auto* target = &focused; target != nullptr; target = target->getParentComponent())
+        if (target->keyPressed (key))
+            return true;
+
+    return false;
+}
+
 /** The two clicks of a double click on a row. */
 inline void doubleClickRow (juce::ListBox& list, int row)
 {

@@ -335,6 +335,47 @@ TEST_F (TwoTracks, previewThenApplyOnTheSameRowCopiesThePreviewWithoutFilteringA
     EXPECT_TRUE (dialogs.alerts().empty());
 }
 
+TEST_F (TrackPageTest, applyOnSeveralNonWavRowsOfAnEncodeProjectTreatsEachTrackOnce)
+{
+    project->projectType = encodeProject;
+    page->updateButtonVisibility();
+    const juce::StringArray names{ "A", "B", "C" };
+    juce::File flacs[3], wavs[3];
+    int decoded[3];
+    for (int i = 0; i < 3; ++i)
+    {
+        flacs[i] = addEncoded (names[i] + ".flac", 20000 + 5000 * i, (juce::uint32) i + 1);
+        wavs[i] = folder.getChildFile (names[i] + ".wav");
+        decoded[i] = (int) audiofiles::readAudio (flacs[i]).length;
+    }
+    showTracks();
+
+    clickRow (page->trackList, 0);
+    clickRow (page->trackList, 2,
+              juce::ModifierKeys (juce::ModifierKeys::leftButtonModifier | juce::ModifierKeys::shiftModifier));
+    ASSERT_EQ (page->trackList.getNumSelectedRows(), 3);
+    for (const auto& wav : wavs)
+        dialogs.chooseNext (wav);
+    setToggle (page->resampleToggle, true);
+    press (page->applyButton);
+
+    // Each track is asked about once, in the list's order, and slowed once.
+    const auto choosers = dialogs.choosers();
+    ASSERT_EQ (choosers.size(), 3u);
+    for (int i = 0; i < 3; ++i)
+    {
+        SCOPED_TRACE (names[i]);
+        EXPECT_EQ (choosers[(size_t) i].request.initial, wavs[i]);
+        EXPECT_TRUE (flacs[i].existsAsFile()) << "the user's file stays";
+        int slowed = 0;
+        while (slowed * 0.74 < decoded[i])
+            slowed += 960;
+        EXPECT_EQ (framesOf (wavs[i]), slowed);
+    }
+    EXPECT_EQ (trackPaths (*project), pathsOf ({ wavs[0], wavs[1], wavs[2] }));
+    EXPECT_TRUE (dialogs.alerts().empty());
+}
+
 TEST_F (TwoTracks, applyWithAnotherSettingRecomputesTheRowFromItsFile)
 {
     const auto expected = filtered (files[0], -1, 40, true);
@@ -351,6 +392,25 @@ TEST_F (TwoTracks, applyWithAnotherSettingRecomputesTheRowFromItsFile)
     EXPECT_EQ (WavFiles::read (files[0]).channels, expected.channels);
     EXPECT_FALSE (page->getPreviewFile().exists());
     EXPECT_EQ (WavFiles::read (files[1]).channels, audio[1].channels);
+}
+
+TEST_F (TwoTracks, applyActsOnTheRowChosenWithTheArrowKeysAfterAPreviewOfAnother)
+{
+    const auto expected = filtered (files[1], -1, -1, true);
+    const auto first = bytesOf (files[0]);
+
+    clickRow (page->trackList, 0);
+    setToggle (page->normalizerToggle, true);
+    press (page->playButton);
+    ASSERT_EQ (page->getSourceFile(), files[0]);
+
+    ASSERT_TRUE (pressKey (page->trackList, juce::KeyPress (juce::KeyPress::downKey)));
+    ASSERT_TRUE (page->trackList.isRowSelected (1));
+    EXPECT_EQ (page->trackList.getCurrentRow(), 1);
+    pressWhileRunning (page->applyButton);
+
+    EXPECT_EQ (WavFiles::read (files[1]).channels, expected.channels);
+    EXPECT_EQ (bytesOf (files[0]), first) << "the row previewed before is not the one acted on";
 }
 
 TEST_F (TrackPageTest, applyOnSeveralRowsRecomputesEachRowFromItsOwnFile)
@@ -464,6 +524,64 @@ TEST_F (TwoTracks, theSpeedCorrectionSlowsThePreviewDownBy074)
     const double slowed = WavFiles::signChanges (preview.channels[0], 1000, 30000);
     EXPECT_NEAR (slowed / original, 0.74, 0.01);
     EXPECT_EQ (WavFiles::read (files[1]).channels, audio[1].channels);
+}
+
+TEST_F (TwoTracks, afterTheLastRowIsDeletedPreviewAndApplyDoNothing)
+{
+    project->setOutputFormat (formatFlac);
+    const auto first = bytesOf (files[0]);
+    clickRow (page->trackList, 1);
+    page->trackList.showMenu = [] (juce::PopupMenu&) { return (int) TrackList::deleteTrackEntry; };
+    dialogs.answer ("OK");
+    clickRow (page->trackList, 1, rightButton);
+    ASSERT_EQ (trackPaths (*project), pathsOf ({ files[0] }));
+    const auto alertsBefore = dialogs.alerts().size();
+
+    setToggle (page->normalizerToggle, true);
+    press (page->playButton);
+    EXPECT_EQ (page->getReader(), nullptr);
+    press (page->applyButton);
+
+    EXPECT_TRUE (dialogs.choosers().empty()) << "no question about a file that is not there";
+    EXPECT_EQ (dialogs.alerts().size(), alertsBefore);
+    EXPECT_EQ (project->outputFormat, formatFlac);
+    EXPECT_EQ (bytesOf (files[0]), first);
+    EXPECT_EQ (trackPaths (*project), pathsOf ({ files[0] }));
+}
+
+TEST_F (TwoTracks, afterTheLastRowIsRemovedPreviewAndApplyDoNothing)
+{
+    project->setOutputFormat (formatFlac);
+    const auto first = bytesOf (files[0]);
+    const auto second = bytesOf (files[1]);
+    clickRow (page->trackList, 1);
+    page->trackList.showMenu = [] (juce::PopupMenu&) { return (int) TrackList::removeTrackEntry; };
+    dialogs.answer ("OK");
+    clickRow (page->trackList, 1, rightButton);
+    ASSERT_EQ (trackPaths (*project), pathsOf ({ files[0] }));
+    const auto alertsBefore = dialogs.alerts().size();
+
+    setToggle (page->resampleToggle, true);
+    press (page->playButton);
+    EXPECT_EQ (page->getReader(), nullptr);
+    press (page->applyButton);
+
+    EXPECT_TRUE (dialogs.choosers().empty());
+    EXPECT_EQ (dialogs.alerts().size(), alertsBefore);
+    EXPECT_EQ (project->outputFormat, formatFlac);
+    EXPECT_EQ (bytesOf (files[0]), first);
+    EXPECT_EQ (bytesOf (files[1]), second);
+}
+
+TEST_F (TwoTracks, aRowPastTheEndOfTheListHasNoFileToPrepare)
+{
+    project->setOutputFormat (formatFlac);
+    setToggle (page->normalizerToggle, true);
+    EXPECT_EQ (page->prepareTrackFile (2, -1, -1, true), juce::File());
+    EXPECT_EQ (page->prepareTrackFile (-1, -1, -1, true), juce::File());
+    EXPECT_TRUE (dialogs.choosers().empty());
+    EXPECT_TRUE (dialogs.alerts().empty());
+    EXPECT_EQ (project->outputFormat, formatFlac);
 }
 
 //==============================================================================
