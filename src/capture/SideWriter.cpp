@@ -1,5 +1,6 @@
 #include "capture/SideWriter.h"
 
+#include "capture/TrackFileSync.h"
 #include "capture/TrackWriter.h"
 #include "project/Int16Samples.h"
 
@@ -12,8 +13,50 @@ int fifoCapacityFor (int sampleRate)
 }
 
 // The file is forced onto the disk, and the room on the disk looked at, this often.
-constexpr juce::uint32 diskCheckMilliseconds = 1000;
+constexpr int diskCheckMilliseconds = 1000;
 } // namespace
+
+/** Forces the side onto the disk about once a second, from a thread of its own. A side given up
+    is let go at once, so that its room on the disk is free. */
+class SideWriter::DiskSync : private juce::Thread
+{
+public:
+    DiskSync (const juce::File& fileToSync, const std::atomic<bool>& failedFlag)
+        : juce::Thread ("Side sync"),
+          file (fileToSync),
+          failed (failedFlag)
+    {
+        startThread();
+    }
+
+    ~DiskSync() override
+    {
+        signalThreadShouldExit();
+        notify();
+        stopThread (-1);
+    }
+
+private:
+    void run() override
+    {
+        TrackFileSync sync;
+        for (int waited = 0; ! threadShouldExit(); waited += pollMilliseconds)
+        {
+            wait (pollMilliseconds);
+            if (failed.load())
+                break;
+            if (waited >= diskCheckMilliseconds)
+            {
+                waited = 0;
+                sync.sync ({ file.getFullPathName(), 1 });
+            }
+        }
+    }
+
+    static constexpr int pollMilliseconds = 100;
+    const juce::File file;
+    const std::atomic<bool>& failed;
+};
 
 SideWriter::SideWriter (const juce::File& folder, int firstNumber, int rate)
     : juce::Thread ("Side writer"),
@@ -63,7 +106,10 @@ SideWriter::SideWriter (const juce::File& folder, int firstNumber, int rate)
 
     open = ! failed.load();
     if (open)
+    {
+        diskSync = std::make_unique<DiskSync> (file, failed);
         startThread();
+    }
 }
 
 SideWriter::~SideWriter()
@@ -209,8 +255,8 @@ void SideWriter::drain()
         recordChanged = true;
     }
 
-    if (juce::Time::getMillisecondCounter() - lastDiskCheck >= diskCheckMilliseconds)
-        checkTheDisk();
+    if (juce::Time::getMillisecondCounter() - lastDiskCheck >= (juce::uint32) diskCheckMilliseconds)
+        checkTheRoomLeft();
 
     if (recordChanged)
     {
@@ -258,19 +304,11 @@ void SideWriter::commit()
         giveUp();
 }
 
-void SideWriter::checkTheDisk()
+void SideWriter::checkTheRoomLeft()
 {
     lastDiskCheck = juce::Time::getMillisecondCounter();
-    if (writer == nullptr)
-        return;
-
-    if (file.getParentDirectory().getBytesFreeOnVolume() < diskReserve)
-    {
+    if (writer != nullptr && file.getParentDirectory().getBytesFreeOnVolume() < diskReserve)
         giveUp();
-        return;
-    }
-
-    fileSync.sync ({ file.getFullPathName(), 1 });
 }
 
 void SideWriter::giveUp()
@@ -281,7 +319,7 @@ void SideWriter::giveUp()
     // The tracks come first: the side's room on the disk is theirs now.
     writer.reset();
     stream = nullptr;
-    fileSync.release();
+    diskSync.reset();
     file.deleteFile();
     record.setWhole (false);
     recordChanged = true;
@@ -311,7 +349,7 @@ void SideWriter::finish()
     const bool wasWriting = writer != nullptr;
     writer.reset();
     stream = nullptr;
-    fileSync.release();
+    diskSync.reset();
 
     if (record.getPlaces().empty() && ! placesLost.load())
     {

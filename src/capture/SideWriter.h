@@ -1,6 +1,5 @@
 #pragma once
 
-#include "capture/TrackFileSync.h"
 #include "project/SideRecord.h"
 
 #include <juce_audio_formats/juce_audio_formats.h>
@@ -21,8 +20,9 @@
     the side is no longer whole.
 
     A killed program leaves a whole WAV file, as the track files do: the header goes to the disk
-    with the file, and again with the audio at every turn of the writer's thread, which is a few
-    times a second; the file is forced onto the disk about once a second.
+    with the file, and again with the audio at every turn of the writer's thread, which is many
+    times a second. A third thread forces the file onto the disk about once a second, so that a
+    slow disk holds that thread and not the writer's.
 
     A side that cannot be written (the file cannot be made, the disk fills up or nearly so) is
     given up and its file deleted, so that it leaves the tracks the space there is; the record
@@ -88,7 +88,7 @@ public:
     void holdWriting (bool shouldHold);
 
     /** The FIFO holds this many seconds of audio. */
-    static constexpr int fifoSeconds = 5;
+    static constexpr int fifoSeconds = 10;
 
     /** The writer's thread comes round this often, in milliseconds. */
     static constexpr int pollMilliseconds = 25;
@@ -104,7 +104,7 @@ private:
     void writeFrames (const juce::int16* left, const juce::int16* right, int frames);
     void commit();
     void takePlaces();
-    void checkTheDisk();
+    void checkTheRoomLeft();
     void giveUp();
     void finish();
 
@@ -127,7 +127,9 @@ private:
     bool recordChanged = false;
     juce::int64 lostInRecord = 0;
     juce::uint32 lastDiskCheck = 0;
-    TrackFileSync fileSync;
+
+    class DiskSync;
+    std::unique_ptr<DiskSync> diskSync;
 
     // The audio between the two threads.
     juce::AbstractFifo fifo;

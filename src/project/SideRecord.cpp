@@ -185,12 +185,10 @@ bool SideRecord::save() const
     const auto text = toText();
 
     {
-        auto stream = temporary.getFile().createOutputStream();
-        if (stream == nullptr || ! stream->writeText (text, false, false, nullptr))
-            return false;
-
-        stream->flush();
-        if (stream->getStatus().failed())
+        // Unbuffered: the text goes to the system in one write, whose failure shows at once, and
+        // nothing waits for the disk (the capture's writer saves records while it writes).
+        juce::FileOutputStream stream (temporary.getFile(), 0);
+        if (stream.failedToOpen() || ! stream.writeText (text, false, false, nullptr))
             return false;
     }
 

@@ -302,18 +302,20 @@ TEST_F (CaptureSide, aSideThatFallsBehindLosesAudioOnlyToItselfAndIsNotCutAgain)
     auto* sideWriter = audio->getSideWriter();
     ASSERT_NE (sideWriter, nullptr);
 
-    // The side's disk does not keep up: the FIFO fills after five seconds, the audio thread goes
-    // on without waiting, and the track gets every block.
+    // The side's disk does not keep up: the FIFO fills after its seconds of audio (ten blocks a
+    // second), the audio thread goes on without waiting, and the track gets every block.
+    const int blocksThatFit = SideWriter::fifoSeconds * 10;
     sideWriter->holdWriting (true);
     std::vector<StereoBlock> written;
-    feedTones (60, &written);
+    feedTones (blocksThatFit + 10, &written);
     EXPECT_EQ (sideWriter->getSamplesLost(), 10 * blockSize);
-    EXPECT_EQ (sideWriter->getSamplesHeard(), 60 * blockSize);
+    EXPECT_EQ (sideWriter->getSamplesHeard(), (blocksThatFit + 10) * blockSize);
+    EXPECT_EQ (sideWriter->getSamplesWaiting(), blocksThatFit * blockSize);
     sideWriter->holdWriting (false);
     audio->stop();
 
     expectFileHolds (track ("Track1.wav"), written);
-    expectFileHolds (side (1), { written.begin(), written.begin() + 50 });
+    expectFileHolds (side (1), { written.begin(), written.begin() + blocksThatFit });
     const auto found = SideRecord::findFor (track ("Track1.wav").getFullPathName());
     ASSERT_TRUE (found.has_value());
     EXPECT_FALSE (found->isWhole());

@@ -469,7 +469,7 @@ TEST_F (JackCapture, aTwentyMinuteSideIsCapturedWithoutLosingASample)
     // in it as the track file has it, where the silence rule put it.
     const auto side = SideRecord::findFor (folder.getChildFile ("Track1.wav").getFullPathName());
     ASSERT_TRUE (side.has_value());
-    EXPECT_TRUE (side->isWhole());
+    ASSERT_TRUE (side->isWhole()) << "the side's writer fell behind";
     EXPECT_TRUE (side->hasEnded());
     EXPECT_TRUE (side->canBeCutAgain());
     ASSERT_EQ (side->getPlaces().size(), expected.tracks.size());
