@@ -12,10 +12,11 @@ namespace
 constexpr int formatPage = 5;
 constexpr int finalPage = 6;
 
-juce::StringArray namesIn (const juce::File& folder)
+/** The names of the side files and records in `folder`, sorted. */
+juce::StringArray sidesIn (const juce::File& folder)
 {
     juce::StringArray names;
-    for (const auto& file : folder.findChildFiles (juce::File::findFilesAndDirectories, false))
+    for (const auto& file : folder.findChildFiles (juce::File::findFiles, false, "Side*"))
         names.add (file.getFileName());
     names.sort (false);
     return names;
@@ -91,8 +92,9 @@ TEST_F (EncodeRunSide, aRipToFlacDeletesTheSideAndItsRecordWithTheRecordings)
     next();
 
     ASSERT_EQ (MainComponent::currentPage, finalPage);
-    EXPECT_EQ (namesIn (root),
-               juce::StringArray ({ "01 - Track1.flac", "02 - Track2.flac", "Side2.tracks", "Side2.wav" }));
+    EXPECT_TRUE (root.getChildFile ("02 - Track2.flac").existsAsFile());
+    EXPECT_FALSE (root.getChildFile ("Track1.wav").exists());
+    EXPECT_EQ (sidesIn (root), juce::StringArray ({ "Side2.tracks", "Side2.wav" }));
 }
 
 TEST_F (EncodeRunSide, keepingTheWavesKeepsTheSideAndItsRecord)
@@ -104,8 +106,9 @@ TEST_F (EncodeRunSide, keepingTheWavesKeepsTheSideAndItsRecord)
     next();
 
     ASSERT_EQ (MainComponent::currentPage, finalPage);
-    EXPECT_EQ (namesIn (root), juce::StringArray ({ "01 - Track1.flac", "02 - Track2.flac", "Side1.tracks", "Side1.wav",
-                                                    "Side2.tracks", "Side2.wav", "Track1.wav", "Track2.wav" }));
+    EXPECT_TRUE (root.getChildFile ("02 - Track2.flac").existsAsFile());
+    EXPECT_TRUE (root.getChildFile ("Track2.wav").existsAsFile());
+    EXPECT_EQ (sidesIn (root), juce::StringArray ({ "Side1.tracks", "Side1.wav", "Side2.tracks", "Side2.wav" }));
     const auto found = SideRecord::findFor (root.getChildFile ("Track2.wav").getFullPathName());
     ASSERT_TRUE (found.has_value());
     EXPECT_EQ (found->getPlaces().size(), 2u);
@@ -119,8 +122,9 @@ TEST_F (EncodeRunSide, wavOutputMovesTheRecordingsToTheAlbumAndTheSideGoes)
     next();
 
     ASSERT_EQ (MainComponent::currentPage, finalPage);
-    EXPECT_EQ (namesIn (root),
-               juce::StringArray ({ "01 - Track1.wav", "02 - Track2.wav", "Side2.tracks", "Side2.wav" }));
+    EXPECT_TRUE (root.getChildFile ("01 - Track1.wav").existsAsFile());
+    EXPECT_TRUE (root.getChildFile ("02 - Track2.wav").existsAsFile());
+    EXPECT_EQ (sidesIn (root), juce::StringArray ({ "Side2.tracks", "Side2.wav" }));
 }
 
 TEST_F (EncodeRunSide, wavOutputThatKeepsTheWavesKeepsTheSide)
@@ -132,8 +136,8 @@ TEST_F (EncodeRunSide, wavOutputThatKeepsTheWavesKeepsTheSide)
     next();
 
     ASSERT_EQ (MainComponent::currentPage, finalPage);
-    EXPECT_TRUE (root.getChildFile ("Side1.wav").existsAsFile());
-    EXPECT_TRUE (root.getChildFile ("Side1.tracks").existsAsFile());
+    EXPECT_TRUE (root.getChildFile ("01 - Track1.wav").existsAsFile());
+    EXPECT_EQ (sidesIn (root), juce::StringArray ({ "Side1.tracks", "Side1.wav", "Side2.tracks", "Side2.wav" }));
 }
 
 TEST_F (EncodeRunSide, anEncodeProjectLeavesTheSidesOfTheFilesItWasGiven)
@@ -153,6 +157,8 @@ TEST_F (EncodeRunSide, anEncodeProjectLeavesTheSidesOfTheFilesItWasGiven)
     next(); // the destination chooser is cancelled
 
     ASSERT_EQ (MainComponent::currentPage, finalPage);
-    EXPECT_EQ (namesIn (root), juce::StringArray ({ "01 - Track1.flac", "02 - Track2.flac", "Side1.tracks", "Side1.wav",
-                                                    "Side2.tracks", "Side2.wav", "Track1.wav", "Track2.wav" }));
+    EXPECT_TRUE (root.getChildFile ("01 - Track1.flac").existsAsFile());
+    EXPECT_TRUE (root.getChildFile ("Track1.wav").existsAsFile());
+    EXPECT_TRUE (root.getChildFile ("Track2.wav").existsAsFile());
+    EXPECT_EQ (sidesIn (root), juce::StringArray ({ "Side1.tracks", "Side1.wav", "Side2.tracks", "Side2.wav" }));
 }
