@@ -3,7 +3,9 @@
 #include "project/SafeText.h"
 
 #include <cstring>
+#include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace SettingsFileGuard
 {
@@ -13,6 +15,9 @@ Shape scan (const char* text, size_t size)
     int depth = 0;
     size_t i = 0;
 
+    // The names seen so far, as views into the text.
+    std::unordered_set<std::string_view> names;
+
     const auto skipPast = [&] (const char* end)
     {
         const auto length = std::strlen (end);
@@ -21,7 +26,25 @@ Shape scan (const char* text, size_t size)
         i += length;
     };
 
-    while (i < size && shape.depth <= maxDepth && shape.elements <= maxElements)
+    const auto isSpace = [] (char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+
+    // A name runs to a blank, an equals sign, a slash, a bracket or a quote.
+    const auto readName = [&]
+    {
+        const auto start = i;
+        while (i < size && ! isSpace (text[i]) && text[i] != '=' && text[i] != '/' && text[i] != '>' &&
+               text[i] != '"' && text[i] != '\'')
+            ++i;
+        return std::string_view (text + start, i - start);
+    };
+
+    const auto noteName = [&] (std::string_view name)
+    {
+        if (! name.empty() && names.insert (name).second)
+            ++shape.names;
+    };
+
+    while (i < size && shape.depth <= maxDepth && shape.names <= maxNames)
     {
         if (text[i] != '<')
         {
@@ -48,31 +71,60 @@ Shape scan (const char* text, size_t size)
         }
 
         const bool closing = i + 1 < size && text[i + 1] == '/';
-        char quote = 0;
-        char previous = 0;
-        ++i;
+        i += closing ? 2 : 1;
 
-        // To the end of the tag, over quoted attribute values.
+        const auto tagName = readName();
+        if (! closing)
+            noteName (tagName);
+
+        // To the end of the tag: its attributes, each a name and a quoted value.
+        int attributes = 0;
+        bool selfClosing = false;
+
         while (i < size)
         {
-            const char c = text[i++];
+            const char c = text[i];
 
-            if (quote != 0)
+            if (c == '>')
             {
-                if (c == quote)
-                    quote = 0;
-            }
-            else if (c == '"' || c == '\'')
-            {
-                quote = c;
-            }
-            else if (c == '>')
-            {
+                ++i;
                 break;
             }
 
-            previous = c;
+            if (isSpace (c) || c == '=')
+            {
+                ++i;
+                continue;
+            }
+
+            if (c == '/')
+            {
+                selfClosing = true;
+                ++i;
+                continue;
+            }
+
+            selfClosing = false;
+
+            if (c == '"' || c == '\'')
+            {
+                ++i;
+                while (i < size && text[i] != c)
+                    ++i;
+                ++i;
+                continue;
+            }
+
+            const auto name = readName();
+            ++attributes;
+            if (! closing)
+                noteName (name);
+
+            if (shape.names > maxNames)
+                break;
         }
+
+        shape.attributes = juce::jmax (shape.attributes, attributes);
 
         if (closing)
         {
@@ -81,7 +133,7 @@ Shape scan (const char* text, size_t size)
         else
         {
             ++shape.elements;
-            if (previous != '/')
+            if (! selfClosing)
                 shape.depth = juce::jmax (shape.depth, ++depth);
             else
                 shape.depth = juce::jmax (shape.depth, depth + 1);
@@ -169,12 +221,15 @@ juce::File makeSafe (const juce::File& file)
         const auto shape = scan (text, content.getSize());
         const bool validText = juce::CharPointer_UTF8::isValidString (text, (int) content.getSize());
 
-        if (shape.depth <= maxDepth && shape.elements <= maxElements && validText)
+        if (shape.depth <= maxDepth && shape.elements <= maxElements && shape.attributes <= maxAttributes &&
+            shape.names <= maxNames && validText)
             return file;
 
-        // Too deep is no settings file at all; too long or broken text is read once, checked.
-        replacement = shape.depth > maxDepth ? std::make_unique<juce::XmlElement> ("PROPERTIES")
-                                             : flatValues (SafeText::fromBytes (content.getData(), content.getSize()));
+        // Too deep is no settings file at all, and too many names can't be parsed in good time;
+        // too long or broken text is read once, checked.
+        const bool untrusted = shape.depth > maxDepth || shape.names > maxNames;
+        replacement = untrusted ? std::make_unique<juce::XmlElement> ("PROPERTIES")
+                                : flatValues (SafeText::fromBytes (content.getData(), content.getSize()));
     }
 
     if (replacement->writeTo (file))

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 namespace
 {
 using MalformedCorpus::Entry;
@@ -66,7 +68,12 @@ TEST (MalformedFiles, EverySettingsFileStartsTheProgram)
         {
             EXPECT_EQ (threshold, -41) << nameOf (entry);
         }
-        else if (name.contains ("nested") || name.endsWith ("-garbage.settings") || name.endsWith ("-empty.settings"))
+        else if (name.endsWith ("-same-attribute-200000.settings"))
+        {
+            EXPECT_EQ (threshold, -42) << nameOf (entry);
+        }
+        else if (name.contains ("nested") || name.contains ("-names-") || name.endsWith ("-garbage.settings") ||
+                 name.endsWith ("-empty.settings"))
         {
             EXPECT_EQ (threshold, -55) << nameOf (entry);
         }
@@ -80,6 +87,8 @@ TEST (MalformedFiles, EverySettingsFileStartsTheProgram)
                 SettingsFileGuard::scan (static_cast<const char*> (content.getData()), content.getSize());
             EXPECT_LE (shape.depth, SettingsFileGuard::maxDepth) << nameOf (entry);
             EXPECT_LE (shape.elements, SettingsFileGuard::maxElements) << nameOf (entry);
+            EXPECT_LE (shape.attributes, SettingsFileGuard::maxAttributes) << nameOf (entry);
+            EXPECT_LE (shape.names, SettingsFileGuard::maxNames) << nameOf (entry);
         }
 
         EXPECT_TRUE (dialogs.alerts().empty()) << nameOf (entry);
@@ -129,6 +138,90 @@ TEST (MalformedFiles, SettingsOfTwoHundredThousandValuesKeepTheProgramsOwn)
     settings.loadFileAsData (content);
     EXPECT_EQ (SettingsFileGuard::scan (static_cast<const char*> (content.getData()), content.getSize()).elements, 2);
     settings.deleteFile();
+}
+
+TEST (MalformedFiles, SettingsOfOneElementWithTwoHundredThousandAttributeNamesGiveTheDefaultsAndAPlainFile)
+{
+    const auto settings = Project::settingsFileLocation();
+    settings.getParentDirectory().createDirectory();
+    juce::MemoryOutputStream many;
+    many << "<PROPERTIES>\n<VALUE name=\"threshold\" val=\"-30\"";
+    for (int i = 0; i < 200000; ++i)
+        many << " a" << i << "=\"" << i << "\"";
+    many << "/>\n</PROPERTIES>\n";
+    settings.replaceWithData (many.getData(), many.getDataSize());
+
+    {
+        FakeDialogs dialogs;
+        Project project;
+
+        // Names past counting are no settings the program wrote: the defaults, silently.
+        EXPECT_EQ (project.threshold, -55);
+        EXPECT_TRUE (dialogs.alerts().empty());
+        project.setMinSilence (4);
+    }
+
+    juce::MemoryBlock content;
+    settings.loadFileAsData (content);
+    const auto shape = SettingsFileGuard::scan (static_cast<const char*> (content.getData()), content.getSize());
+    EXPECT_LE (shape.names, 4);
+    EXPECT_LE (shape.attributes, 2);
+
+    // The settings go on from there as from any other file.
+    Project again;
+    EXPECT_EQ (again.minSilence, 4);
+    EXPECT_EQ (again.threshold, -55);
+    settings.deleteFile();
+}
+
+TEST (MalformedFiles, SettingsWithOneNameRepeatedTwoHundredThousandTimesKeepTheProgramsValue)
+{
+    const auto settings = Project::settingsFileLocation();
+    settings.getParentDirectory().createDirectory();
+    juce::MemoryOutputStream many;
+    many << "<PROPERTIES>\n<VALUE name=\"threshold\" val=\"-30\"";
+    for (int i = 0; i < 200000; ++i)
+        many << " x=\"" << i << "\"";
+    many << "/>\n<VALUE name=\"minsilence\" val=\"6\"/>\n</PROPERTIES>\n";
+    settings.replaceWithData (many.getData(), many.getDataSize());
+
+    Project project;
+    EXPECT_EQ (project.threshold, -30);
+    EXPECT_EQ (project.minSilence, 6);
+
+    // Rewritten with the two values alone.
+    juce::MemoryBlock content;
+    settings.loadFileAsData (content);
+    const auto shape = SettingsFileGuard::scan (static_cast<const char*> (content.getData()), content.getSize());
+    EXPECT_EQ (shape.elements, 3);
+    EXPECT_EQ (shape.attributes, 2);
+    settings.deleteFile();
+}
+
+TEST (MalformedFiles, TheScanCountsAttributesAndNamesAsTheParserReadsThem)
+{
+    const auto shapeOf = [] (const char* text) { return SettingsFileGuard::scan (text, std::strlen (text)); };
+
+    auto shape = shapeOf ("<?xml version=\"1.0\"?><PROPERTIES><VALUE name=\"a b\" val='x=\"y\"'/>"
+                          "<VALUE name=\"c\" val=\"d\" extra = \"e\" /><!-- <x y=\"z\"/> --></PROPERTIES>");
+    EXPECT_EQ (shape.elements, 3);
+    EXPECT_EQ (shape.depth, 2);
+    EXPECT_EQ (shape.attributes, 3);
+    EXPECT_EQ (shape.names, 5); // PROPERTIES, VALUE, name, val, extra
+
+    // A closing tag names nothing new; an element's own name counts once however often it comes.
+    shape = shapeOf ("<a><b/><b/><b></b></a>");
+    EXPECT_EQ (shape.elements, 4);
+    EXPECT_EQ (shape.names, 2);
+    EXPECT_EQ (shape.attributes, 0);
+
+    // The scan gives up once the names are past their limit.
+    juce::String names ("<a");
+    for (int i = 0; i < 3 * SettingsFileGuard::maxNames; ++i)
+        names << " n" << i << "=\"\"";
+    names << "/>";
+    shape = shapeOf (names.toRawUTF8());
+    EXPECT_EQ (shape.names, SettingsFileGuard::maxNames + 1);
 }
 
 TEST (MalformedFiles, EveryLanguageFileLoadsOrTranslatesNothing)
