@@ -5,6 +5,7 @@
 #include "encoding/SaveElsewhere.h"
 #include "encoding/WavConvertor.h"
 #include "project/Dialogs.h"
+#include "project/FileNames.h"
 #include "project/Project.h"
 #include "project/SideRecord.h"
 
@@ -177,6 +178,7 @@ bool EncodeRun::encodeTrack (int index)
     const auto title = baseName.fromLastOccurrenceOf (separator, false, false);
     const auto convertor = Convertor::forFormat (project.outputFormat);
     destination << Convertor::extensionForFormat (project.outputFormat);
+    destination = FileNames::fitted (juce::File (destination)).getFullPathName();
     project.encodingTrackNumber = index + 1;
 
     const bool tagged = project.outputFormat > formatAiff;

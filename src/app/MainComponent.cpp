@@ -407,19 +407,9 @@ bool MainComponent::prepareAlbumFolder()
 
     project->setCaptureFolder (project->rootDirectory);
 
-    juce::String name;
-    if (project->artist.isNotEmpty())
-        name << juce::File::createLegalFileName (project->artist);
-    if (project->artist.isNotEmpty() && project->album.isNotEmpty())
-        name << " - ";
-    if (project->album.isNotEmpty())
-        name << juce::File::createLegalFileName (project->album);
-
+    const auto name = AlbumFiles::albumFolderName (*project);
     if (name.isEmpty())
         return true;
-
-    // An artist or album of "." or ".." would name the root folder itself or its parent.
-    name = AlbumFiles::keptInsideFolder (name);
 
     const auto path = project->captureFolder + juce::File::getSeparatorString() + name;
     const juce::File folder (path);

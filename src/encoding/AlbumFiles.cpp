@@ -18,6 +18,15 @@ TagLib::String latin1 (const juce::String& text)
 {
     return TagLib::String (text.toRawUTF8(), TagLib::String::Latin1);
 }
+
+/** The parts with the separator between them. */
+juce::String joinedWith (const std::vector<juce::String>& parts, const juce::String& separator)
+{
+    juce::StringArray all;
+    for (const auto& part : parts)
+        all.add (part);
+    return all.joinIntoString (separator);
+}
 } // namespace
 
 AlbumFiles::AlbumFiles (Project& projectToUse)
@@ -37,21 +46,50 @@ juce::String AlbumFiles::keptInsideFolder (const juce::String& name)
 }
 
 juce::String AlbumFiles::finalFileName (const Project& project, const juce::String& name, int trackNumber,
-                                        const juce::String& extension, bool withNumberAndArtist)
+                                        const juce::String& extension, bool withNumberAndArtist, int maxBytes)
 {
-    juce::String fileName;
+    juce::String number;
+    const juce::String separator (" - ");
+    const bool withArtist = withNumberAndArtist && project.artist.isNotEmpty();
 
-    if (withNumberAndArtist)
+    if (withNumberAndArtist && project.addTrackNumbers)
+        number << (trackNumber <= 9 ? "0" : "") << trackNumber << separator;
+
+    // Artist and title share what room the number, the separator and the extension leave.
+    auto room = maxBytes - FileNames::bytesOf (number) - FileNames::bytesOf (extension);
+    std::vector<juce::String> parts{ FileNames::legal (name) };
+    if (withArtist)
     {
-        if (project.addTrackNumbers)
-            fileName << (trackNumber <= 9 ? "0" : "") << trackNumber << " - ";
-
-        if (project.artist.isNotEmpty())
-            fileName << juce::File::createLegalFileName (project.artist) << " - ";
+        parts.insert (parts.begin(), FileNames::legal (project.artist));
+        room -= FileNames::bytesOf (separator);
     }
+    parts = FileNames::shared (parts, room);
 
-    fileName << juce::File::createLegalFileName (name) << extension;
+    juce::String fileName (number);
+    if (withArtist)
+        fileName << parts.front() << separator;
+    fileName << parts.back() << extension;
     return keptInsideFolder (fileName);
+}
+
+juce::String AlbumFiles::albumFolderName (const Project& project)
+{
+    const juce::String separator (" - ");
+    std::vector<juce::String> parts;
+    for (const auto* text : { &project.artist, &project.album })
+        if (text->isNotEmpty())
+            parts.push_back (FileNames::legal (*text));
+
+    if (parts.empty())
+        return {};
+
+    auto room = FileNames::longestName (juce::File (project.rootDirectory));
+    if (parts.size() == 2)
+        room -= FileNames::bytesOf (separator);
+
+    // An artist or album of "." or ".." would name the root folder itself or its parent.
+    const auto name = joinedWith (FileNames::shared (parts, room), separator);
+    return name.isEmpty() ? name : keptInsideFolder (name);
 }
 
 //==============================================================================
@@ -82,8 +120,7 @@ juce::File AlbumFiles::moveTrackToAlbum (const juce::String& name, const juce::F
     if (project.usesItunes())
         return file;
 
-    const juce::File target (project.captureFolder + juce::File::getSeparatorString() +
-                             finalFileName (project, name, trackNumber, file.getFileExtension()));
+    const auto target = finalPlace (name, file, trackNumber);
 
     // Already at its final name: a second encode into the same folder leaves it be.
     if (target.getFullPathName() == file.getFullPathName())
@@ -104,6 +141,13 @@ juce::File AlbumFiles::moveTrackToAlbum (const juce::String& name, const juce::F
 
     // The place the user chose, when the file went there.
     return ! file.exists() && question.target.existsAsFile() ? question.target : file;
+}
+
+juce::File AlbumFiles::finalPlace (const juce::String& name, const juce::File& file, int trackNumber) const
+{
+    const auto longest = FileNames::longestName (juce::File (project.captureFolder));
+    return juce::File (project.captureFolder + juce::File::getSeparatorString() +
+                       finalFileName (project, name, trackNumber, file.getFileExtension(), true, longest));
 }
 
 void AlbumFiles::copyCoversToAlbumFolder()

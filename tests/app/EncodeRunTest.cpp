@@ -4,6 +4,7 @@
 #include "app/EncodeRun.h"
 #include "app/ProjectPage.h"
 #include "encoding/AudioFiles.h"
+#include "project/FileNames.h"
 #include "support/FileSizeLimit.h"
 #include "support/MalformedCorpus.h"
 #include "support/WizardFixture.h"
@@ -686,4 +687,43 @@ TEST_F (EncodeRunTest, anEncodeOntoAFullDiskFailsInTheRunsWordsAndPresentsNoHalf
     EXPECT_EQ (MainComponent::currentPage, finalPage);
     EXPECT_EQ (namesIn (albumFolder), juce::StringArray ({ "01 - Artist - Track1.ogg", "02 - Artist - Track2.ogg" }));
     expectTaggedOgg (albumFolder.getChildFile ("02 - Artist - Track2.ogg"), "Track2", 2);
+}
+
+//==============================================================================
+// Names as long as the file system takes, counted in bytes.
+TEST_F (EncodeRunTest, longNamesInAScriptOfThreeBytesALetterMakeAFolderAndFilesThatFit)
+{
+    // 100 letters of three bytes each, twice, and a title of 80: 240 bytes, which its WAV file
+    // still takes.
+    const juce::String kanji (juce::CharPointer_UTF8 ("\xe6\xbc\xa2"));
+    const auto artist = juce::String::repeatedString (kanji, 100);
+    const auto album = juce::String::repeatedString (juce::String (juce::CharPointer_UTF8 ("\xe0\xa4\x95")), 100);
+    const auto title = juce::String::repeatedString (kanji, 80);
+
+    ASSERT_NO_FATAL_FAILURE (ripToFormatPage (0, artist, album));
+    EXPECT_EQ (dialogs.alerts().size(), 1u);
+    EXPECT_EQ (albumFolder.getParentDirectory(), root);
+    EXPECT_LE (FileNames::bytesOf (albumFolder.getFileName()), 255);
+    EXPECT_TRUE (albumFolder.getFileName().startsWith (kanji + kanji));
+    EXPECT_TRUE (albumFolder.getFileName().contains (" - "));
+
+    const auto track = albumFolder.getChildFile (title + ".wav");
+    writeAudio (track, 44100.0, 16, makeSignal (2, 4410, 16));
+    ASSERT_TRUE (track.existsAsFile());
+    project().addTrack (track.getFullPathName(), formatWav);
+    project().setOutputFormat (formatFlac);
+
+    next();
+
+    EXPECT_EQ (MainComponent::currentPage, finalPage);
+    EXPECT_EQ (dialogs.alerts().size(), 1u);
+    const auto names = namesIn (albumFolder);
+    ASSERT_EQ (names.size(), 1);
+    EXPECT_LE (FileNames::bytesOf (names[0]), 255);
+    EXPECT_TRUE (names[0].startsWith ("01 - " + kanji));
+    EXPECT_TRUE (names[0].endsWith (kanji + ".flac"));
+    // The tag keeps the whole title and artist, as their bytes.
+    const auto tags = tagLibTags (albumFolder.getChildFile (names[0]));
+    EXPECT_EQ (tags.title.length(), 240);
+    EXPECT_EQ (tags.artist.length(), 300);
 }

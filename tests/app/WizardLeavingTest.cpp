@@ -1,3 +1,4 @@
+#include "project/FileNames.h"
 #include "support/WizardFixture.h"
 
 TEST_F (WizardTest, cancelWithNoTracksAsksBeforeQuitting)
@@ -151,6 +152,48 @@ TEST_F (AlbumFolderTest, cancellingTheFolderQuestionStaysOnTheAlbumPage)
     next();
     EXPECT_EQ (MainComponent::currentPage, 2);
     EXPECT_FALSE (root.getChildFile ("Album").exists());
+}
+
+TEST_F (AlbumFolderTest, longNamesInOtherScriptsMakeAFolderCutToWhatTheFileSystemTakes)
+{
+    // 150 letters of three bytes and 80 of four: 450 and 320 bytes, far more than a name takes.
+    project().artist = juce::String::repeatedString (juce::String (juce::CharPointer_UTF8 ("\xe0\xa4\x95")), 150);
+    project().album = juce::String::repeatedString (juce::String (juce::CharPointer_UTF8 ("\xf0\x9f\x8e\xb5")), 80);
+    dialogs.answer ("Yes");
+    next();
+
+    ASSERT_EQ (dialogs.alerts().size(), 1u);
+    EXPECT_EQ (MainComponent::currentPage, 3);
+    const juce::File folder (project().captureFolder);
+    EXPECT_TRUE (folder.isDirectory());
+    EXPECT_EQ (folder.getParentDirectory(), root);
+    EXPECT_EQ (dialogs.alerts()[0].message, "\"" + folder.getFullPathName() + "\" does not exist. Create it ?");
+
+    // Artist and album share the room: each keeps a whole part of itself.
+    const auto name = folder.getFileName();
+    EXPECT_LE (FileNames::bytesOf (name), 255);
+    EXPECT_GT (FileNames::bytesOf (name), 255 - 4);
+    const auto artistPart = name.upToFirstOccurrenceOf (" - ", false, false);
+    const auto albumPart = name.fromFirstOccurrenceOf (" - ", false, false);
+    EXPECT_EQ (artistPart.length(), 42);
+    EXPECT_EQ (albumPart.length(), 31);
+    EXPECT_TRUE (project().artist.startsWith (artistPart));
+    EXPECT_TRUE (project().album.startsWith (albumPart));
+
+    // A long plain name is not cut at all while it fits.
+    wizard.reset();
+    wizard = std::make_unique<MainComponent> (&window);
+    wizard->quitProgram = [this] { ++quitCount; };
+    wizard->setSize (435, 380);
+    project().setRootDirectory (root.getFullPathName());
+    next();
+    next();
+    project().artist = juce::String::repeatedString ("b", 200);
+    project().album = "Album";
+    dialogs.answer ("Yes");
+    next();
+    EXPECT_EQ (MainComponent::currentPage, 3);
+    EXPECT_EQ (juce::File (project().captureFolder), root.getChildFile (project().artist + " - Album"));
 }
 
 TEST_F (AlbumFolderTest, aFolderThatCannotBeCreatedIsAnErrorAndThePageStays)

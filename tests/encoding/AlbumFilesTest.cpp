@@ -2,10 +2,13 @@
 // read back by TagLib and by mutagen, which reads them the way a user's player does.
 #include "encoding/AlbumFiles.h"
 #include "encoding/AudioFiles.h"
+#include "project/FileNames.h"
 #include "project/Project.h"
 #include "support/FakeDialogs.h"
 
 #include <gtest/gtest.h>
+
+#include <cstring>
 
 using namespace audiofiles;
 
@@ -263,6 +266,60 @@ TEST_F (AlbumFilesTest, withNoArtistAndNumberingOffTheFileKeepsItsOwnName)
 
     EXPECT_FALSE (file.exists());
     EXPECT_EQ (albumFolderNames(), juce::StringArray ("My Song.flac"));
+}
+
+TEST_F (AlbumFilesTest, aLongPlainTitleKeepsAllOfItsLettersWhileTheNameFits)
+{
+    project.artist = "Artist";
+    const auto title = juce::String::repeatedString ("Long title ", 20).trimEnd(); // 219 letters
+    const auto file = makeAudio ("Track1.flac");
+
+    album.moveTrackToAlbum (title, file, 1);
+
+    EXPECT_EQ (albumFolderNames(), juce::StringArray ("01 - Artist - " + title + ".flac"));
+    EXPECT_TRUE (dialogs.alerts().empty());
+}
+
+TEST_F (AlbumFilesTest, namesInScriptsOfThreeAndFourBytesALetterAreCutToFitOnAWholeLetter)
+{
+    const juce::String kanji (juce::CharPointer_UTF8 ("\xe6\xbc\xa2"));
+    const juce::String clef (juce::CharPointer_UTF8 ("\xf0\x9d\x84\x9e"));
+    const std::pair<juce::String, juce::String> cases[] = {
+        { juce::String::repeatedString (kanji, 100), juce::String::repeatedString (kanji, 120) },
+        { juce::String::repeatedString (clef, 70), juce::String::repeatedString (clef, 90) },
+        { "Short", juce::String::repeatedString (clef, 90) },
+        { juce::String::repeatedString ("a", 300), "Title" },
+    };
+
+    int number = 0;
+    for (const auto& [artist, title] : cases)
+    {
+        SCOPED_TRACE (number + 1);
+        project.artist = artist;
+        const auto file = makeAudio ("Track.flac");
+        album.moveTrackToAlbum (title, file, ++number);
+
+        EXPECT_FALSE (file.exists());
+        const auto names = albumFolderNames();
+        ASSERT_EQ (names.size(), number);
+        const auto name = names[number - 1];
+        const auto* bytes = name.toRawUTF8();
+        EXPECT_TRUE (juce::CharPointer_UTF8::isValidString (bytes, (int) std::strlen (bytes)));
+        EXPECT_LE (FileNames::bytesOf (name), 255);
+        EXPECT_GT (FileNames::bytesOf (name), 255 - 4);
+
+        // Number, a piece of the artist, a piece of the title, the extension.
+        const auto prefix = "0" + juce::String (number) + " - ";
+        ASSERT_TRUE (name.startsWith (prefix)) << name;
+        const auto artistPart = name.substring (prefix.length()).upToFirstOccurrenceOf (" - ", false, false);
+        const auto titlePart = name.fromFirstOccurrenceOf (prefix + artistPart + " - ", false, false)
+                                   .upToLastOccurrenceOf (".flac", false, false);
+        EXPECT_TRUE (name.endsWith (".flac"));
+        EXPECT_TRUE (artist.startsWith (artistPart)) << artistPart;
+        EXPECT_TRUE (title.startsWith (titlePart)) << titlePart;
+        EXPECT_GE (titlePart.length(), juce::jmin (title.length(), 20));
+    }
+    EXPECT_TRUE (dialogs.alerts().empty());
 }
 
 TEST_F (AlbumFilesTest, aFileAlreadyAtItsFinalNameIsLeftAlone)
