@@ -8,6 +8,7 @@
 #include "project/FileNames.h"
 #include "project/Project.h"
 #include "project/SideRecord.h"
+#include "project/WriteCheck.h"
 
 #include <algorithm>
 
@@ -94,13 +95,15 @@ juce::String EncodeRun::freePlaceFor (juce::String path, const juce::String& tar
 {
     // A file that is there already belongs to the user unless the run made it: it is not
     // overwritten unasked. A place the user picks in the save dialog, which warns about
-    // overwriting, is taken as chosen.
+    // overwriting, is taken as chosen. Whether the place can be written is tried as the write
+    // will try it.
     const auto isOurs = [this] (const juce::String& candidate)
     { return std::find (temporaries.begin(), temporaries.end(), candidate) != temporaries.end(); };
 
     bool chosenByUser = false;
 
-    while (! juce::File (path).hasWriteAccess() || (! chosenByUser && juce::File (path).exists() && ! isOurs (path)))
+    while (! WriteCheck::canWrite (juce::File (path)) ||
+           (! chosenByUser && juce::File (path).exists() && ! isOurs (path)))
     {
         SaveElsewhere question{ juce::File(), juce::File (target) };
         path = question.ask();

@@ -39,8 +39,8 @@ private:
     /** The destination folder of an encode project; none keeps the files beside their sources. */
     void chooseDestination();
 
-    /** A path that the run may write: the user picks another while `path` is not writable, or
-        is a file of someone else's. "" when the user cancels. */
+    /** A path that the run may write: the user picks another while `path` cannot be written,
+        or is a file of someone else's. "" when the user cancels. */
     juce::String freePlaceFor (juce::String path, const juce::String& target) const;
 
     void trackFailed (const juce::String& source);

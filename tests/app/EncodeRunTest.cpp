@@ -163,6 +163,16 @@ protected:
         EXPECT_EQ (ours.year, (unsigned int) juce::jmax (0, project().year.getIntValue()));
     }
 
+    /** The "Save elsewhere" questions asked so far, by the file each started at. */
+    juce::StringArray saveElsewhereQuestions() const
+    {
+        juce::StringArray asked;
+        for (const auto& chooser : dialogs.choosers())
+            if (chooser.request.title == "Save elsewhere")
+                asked.add (chooser.request.initial.getFullPathName());
+        return asked;
+    }
+
     /** The run's failure box, word for word. */
     static juce::String conversionFailure (const juce::StringArray& failed)
     {
@@ -592,7 +602,9 @@ TEST_F (EncodeRunTest, aDestinationThatCannotBeWrittenFailsTheTracksAndWritesNot
     dialogs.chooseNext (locked);
     next();
 
+    // The user is asked for another place at once, and cancels.
     EXPECT_EQ (MainComponent::currentPage, formatPage);
+    EXPECT_EQ (saveElsewhereQuestions(), juce::StringArray (locked.getChildFile ("z.flac").getFullPathName()));
     ASSERT_FALSE (dialogs.alerts().empty());
     EXPECT_EQ (dialogs.alerts().back().message, conversionFailure ({ wav.getFullPathName() }));
     EXPECT_TRUE (wav.existsAsFile());
@@ -726,4 +738,35 @@ TEST_F (EncodeRunTest, longNamesInAScriptOfThreeBytesALetterMakeAFolderAndFilesT
     const auto tags = tagLibTags (albumFolder.getChildFile (names[0]));
     EXPECT_EQ (tags.title.length(), 240);
     EXPECT_EQ (tags.artist.length(), 300);
+}
+
+//==============================================================================
+TEST_F (EncodeRunTest, aDestinationThatCannotBeWrittenIsAskedAboutAndTheChosenPlaceIsUsed)
+{
+    // A folder without write permission; an administrator writes there all the same, so then
+    // a folder the system refuses to anyone.
+    auto locked = root.getChildFile ("locked");
+    locked.createDirectory();
+    locked.setReadOnly (true, false);
+    if (locked.getChildFile ("probe").create().wasOk())
+        locked = juce::File ("/proc");
+    ASSERT_TRUE (locked.isDirectory());
+    const auto wav = userSound ("z.wav");
+    ASSERT_NO_FATAL_FAILURE (encodeToTrackPage ({ wav }));
+    project().setOutputFormat (formatFlac);
+    const auto elsewhere = root.getChildFile ("my music").getChildFile ("z elsewhere.flac");
+
+    dialogs.chooseNext (locked);
+    dialogs.chooseNext (elsewhere);
+    next();
+
+    EXPECT_EQ (MainComponent::currentPage, finalPage);
+    EXPECT_TRUE (dialogs.alerts().empty());
+    EXPECT_EQ (saveElsewhereQuestions(), juce::StringArray (locked.getChildFile ("z.flac").getFullPathName()));
+    // Written there, then named as any finished track.
+    EXPECT_FALSE (elsewhere.exists());
+    expectTaggedFlac (root.getChildFile ("01 - z.flac"), "z", 1);
+    EXPECT_TRUE (wav.existsAsFile());
+    if (locked != juce::File ("/proc"))
+        locked.setReadOnly (false, false);
 }
