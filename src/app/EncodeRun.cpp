@@ -43,6 +43,9 @@ juce::String EncodeRun::intermediatePath (const juce::String& source, const juce
 
 bool EncodeRun::run()
 {
+    // However the run ends, what it wrote is known to the next one.
+    const juce::ScopeGuard keepRecord{ [this] { recordWrittenFiles(); } };
+
     album.copyCoversToAlbumFolder();
 
     project.encodingDestination.clear();
@@ -91,19 +94,23 @@ void EncodeRun::chooseDestination()
         project.encodingDestination = chosen.getFullPathName();
 }
 
-juce::String EncodeRun::freePlaceFor (juce::String path, const juce::String& target) const
+bool EncodeRun::isOurs (const juce::String& path, const WrittenFiles::Origin& origin) const
 {
-    // A file that is there already belongs to the user unless the run made it: it is not
-    // overwritten unasked. A place the user picks in the save dialog, which warns about
-    // overwriting, is taken as chosen. Whether the place can be written is tried as the write
-    // will try it.
-    const auto isOurs = [this] (const juce::String& candidate)
-    { return std::find (temporaries.begin(), temporaries.end(), candidate) != temporaries.end(); };
+    return std::find (temporaries.begin(), temporaries.end(), path) != temporaries.end() ||
+           record.isOurs (juce::File (path), origin);
+}
 
+juce::String EncodeRun::freePlaceFor (juce::String path, const juce::String& target,
+                                      const WrittenFiles::Origin& origin) const
+{
+    // A file that is there already belongs to the user unless the program made it for this
+    // track: it is not overwritten unasked. A place the user picks in the save dialog, which
+    // warns about overwriting, is taken as chosen. Whether the place can be written is tried
+    // as the write will try it.
     bool chosenByUser = false;
 
     while (! WriteCheck::canWrite (juce::File (path)) ||
-           (! chosenByUser && juce::File (path).exists() && ! isOurs (path)))
+           (! chosenByUser && juce::File (path).exists() && ! isOurs (path, origin)))
     {
         SaveElsewhere question{ juce::File(), juce::File (target) };
         path = question.ask();
@@ -130,6 +137,9 @@ bool EncodeRun::encodeTrack (int index)
 
     auto source = project.trackPath (index);
     const juce::File sourceFile (source);
+
+    // What the track is made from, by which the files of an earlier run for it are known.
+    const auto origin = record.originOf (sourceFile);
     auto baseName =
         sourceFile.getParentDirectory().getFullPathName() + separator + sourceFile.getFileNameWithoutExtension();
     auto destination = baseName;
@@ -154,7 +164,7 @@ bool EncodeRun::encodeTrack (int index)
             project.setOutputFormat (savedFormat);
         };
 
-        const auto wavPath = freePlaceFor (intermediatePath (source, destination), destination);
+        const auto wavPath = freePlaceFor (intermediatePath (source, destination), destination, origin);
         if (wavPath.isEmpty())
         {
             restore();
@@ -171,6 +181,7 @@ bool EncodeRun::encodeTrack (int index)
             return false;
         }
 
+        written.emplace_back (wavPath, origin);
         source = wavPath;
         if (savedFormat != formatWav)
             temporaries.push_back (wavPath);
@@ -195,7 +206,7 @@ bool EncodeRun::encodeTrack (int index)
         return true;
     }
 
-    destination = freePlaceFor (destination, destination);
+    destination = freePlaceFor (destination, destination, origin);
     if (destination.isEmpty())
     {
         trackFailed (source);
@@ -210,6 +221,8 @@ bool EncodeRun::encodeTrack (int index)
         return true;
     }
 
+    written.emplace_back (destination, origin);
+
     // Once the run has made a temporary file, the source of every later track goes too.
     if (project.outputFormat != formatMp3Lame && ! temporaries.empty() && ! project.keepWaves)
         juce::File (source).deleteFile();
@@ -223,8 +236,40 @@ bool EncodeRun::encodeTrack (int index)
 
     if (tagged)
         album.writeTags (title, juce::File (destination), index + 1);
-    extras->trackFinished (album.moveTrackToAlbum (title, juce::File (destination), index + 1), title, true);
+    extras->trackFinished (moveToAlbum (title, destination, index + 1, origin), title, true);
     return true;
+}
+
+juce::File EncodeRun::moveToAlbum (const juce::String& title, const juce::String& file, int trackNumber,
+                                   const WrittenFiles::Origin& origin)
+{
+    // iTunes names and places its files itself.
+    if (project.usesItunes())
+        return album.moveTrackToAlbum (title, juce::File (file), trackNumber);
+
+    // An earlier run's file for this very track gives way to the new one; any other file at
+    // the final name is the user's, and the move asks where to go instead.
+    const auto target = album.finalPlace (title, juce::File (file), trackNumber);
+    if (target.getFullPathName() != file && isOurs (target.getFullPathName(), origin))
+        target.deleteFile();
+
+    const auto placed = album.moveTrackToAlbum (title, juce::File (file), trackNumber);
+    if (placed.getFullPathName() != file)
+        written.emplace_back (placed.getFullPathName(), origin);
+    return placed;
+}
+
+void EncodeRun::recordWrittenFiles()
+{
+    if (written.empty())
+        return;
+
+    // Files that went on (moved, deleted as temporaries) are forgotten as they are noted.
+    for (const auto& [path, origin] : written)
+        record.remember (juce::File (path), origin);
+
+    written.clear();
+    record.save();
 }
 
 void EncodeRun::cleanUp()

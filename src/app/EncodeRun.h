@@ -2,6 +2,7 @@
 
 #include "encoding/AlbumExtras.h"
 #include "encoding/AlbumFiles.h"
+#include "encoding/WrittenFiles.h"
 
 #include <juce_core/juce_core.h>
 
@@ -41,13 +42,28 @@ private:
 
     /** A path that the run may write: the user picks another while `path` cannot be written,
         or is a file of someone else's. "" when the user cancels. */
-    juce::String freePlaceFor (juce::String path, const juce::String& target) const;
+    juce::String freePlaceFor (juce::String path, const juce::String& target, const WrittenFiles::Origin& origin) const;
+
+    /** True for a file the program made and may replace: a temporary WAV file, or a file an
+        earlier run made for the track that comes from `origin`, unchanged since. */
+    bool isOurs (const juce::String& path, const WrittenFiles::Origin& origin) const;
+
+    /** Moves the finished file to its final name, in place of the file an earlier run made there
+        for the same track. The result is where the file is afterwards. */
+    juce::File moveToAlbum (const juce::String& title, const juce::String& file, int trackNumber,
+                            const WrittenFiles::Origin& origin);
+
+    /** Keeps, in the record, the files this run wrote, as they are when it ends. */
+    void recordWrittenFiles();
 
     void trackFailed (const juce::String& source);
     void cleanUp();
 
     Project& project;
     AlbumFiles& album;
+
+    WrittenFiles record;
+    std::vector<std::pair<juce::String, WrittenFiles::Origin>> written; // by this run
 
     std::vector<juce::String> temporaries;
     juce::String failedTracks;

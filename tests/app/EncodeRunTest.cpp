@@ -4,6 +4,7 @@
 #include "app/EncodeRun.h"
 #include "app/ProjectPage.h"
 #include "encoding/AudioFiles.h"
+#include "encoding/FinalPage.h"
 #include "project/FileNames.h"
 #include "support/FileSizeLimit.h"
 #include "support/MalformedCorpus.h"
@@ -163,6 +164,23 @@ protected:
         EXPECT_EQ (ours.year, (unsigned int) juce::jmax (0, project().year.getIntValue()));
     }
 
+    /** "Encode again" on the last page, then these files dropped on the track page, and on to
+        the format page: the same list once more. */
+    void encodeAgain (const juce::Array<juce::File>& files)
+    {
+        ASSERT_EQ (MainComponent::currentPage, finalPage);
+        click (wizard->finalPage->againButton);
+        ASSERT_EQ (MainComponent::currentPage, 4);
+        ASSERT_EQ (project().trackCount(), 0);
+
+        juce::StringArray paths;
+        for (const auto& file : files)
+            paths.add (file.getFullPathName());
+        wizard->filesDropped (paths, 40, 40);
+        next();
+        ASSERT_EQ (MainComponent::currentPage, formatPage);
+    }
+
     /** The "Save elsewhere" questions asked so far, by the file each started at. */
     juce::StringArray saveElsewhereQuestions() const
     {
@@ -171,6 +189,13 @@ protected:
             if (chooser.request.title == "Save elsewhere")
                 asked.add (chooser.request.initial.getFullPathName());
         return asked;
+    }
+
+    /** The samples of a finished file as the flac tool decodes them are the source's. */
+    static void expectFlacHolds (const juce::File& file, const Channels& samples)
+    {
+        SCOPED_TRACE (file.getFileName().toStdString());
+        EXPECT_EQ (difference (samples, decodeWithFlac (file, 2)), "");
     }
 
     /** The run's failure box, word for word. */
@@ -366,8 +391,15 @@ TEST_F (EncodeRunTest, namesFullOfForbiddenCharactersAreCleanedInFileNamesAndKep
 
 TEST_F (EncodeRunTest, anArtistOfTwoDotsGetsAFolderOfItsOwnInsideTheRoot)
 {
+    // Outside the root, only the program's own settings folder may change.
     const auto outside = root.getParentDirectory();
-    const auto outsideBefore = namesIn (outside);
+    const auto namesOutside = [&outside]
+    {
+        auto names = namesIn (outside);
+        names.removeString (".config");
+        return names;
+    };
+    const auto outsideBefore = namesOutside();
 
     ASSERT_NO_FATAL_FAILURE (ripToFormatPage (1, "..", {}));
 
@@ -382,7 +414,7 @@ TEST_F (EncodeRunTest, anArtistOfTwoDotsGetsAFolderOfItsOwnInsideTheRoot)
     EXPECT_EQ (MainComponent::currentPage, finalPage);
     EXPECT_EQ (namesIn (albumFolder), juce::StringArray ("01 - .. - Track1.flac"));
     EXPECT_EQ (namesIn (root), juce::StringArray ("__"));
-    EXPECT_EQ (namesIn (outside), outsideBefore);
+    EXPECT_EQ (namesOutside(), outsideBefore);
 }
 
 TEST_F (EncodeRunTest, aCoverThatIsNoPictureIsCopiedAsItIs)
@@ -699,6 +731,141 @@ TEST_F (EncodeRunTest, anEncodeOntoAFullDiskFailsInTheRunsWordsAndPresentsNoHalf
     EXPECT_EQ (MainComponent::currentPage, finalPage);
     EXPECT_EQ (namesIn (albumFolder), juce::StringArray ({ "01 - Artist - Track1.ogg", "02 - Artist - Track2.ogg" }));
     expectTaggedOgg (albumFolder.getChildFile ("02 - Artist - Track2.ogg"), "Track2", 2);
+}
+
+//==============================================================================
+// A second run into the same folder replaces what the program itself wrote for the same tracks,
+// and asks before it replaces anything else.
+TEST_F (EncodeRunTest, aSecondRunAfterAPartialFailureReplacesItsOwnFilesWithoutAQuestion)
+{
+    ASSERT_NO_FATAL_FAILURE (ripToFormatPage (3));
+    project().setOutputFormat (formatFlac);
+    const auto second = juce::File (sources[1]);
+    const auto away = second.getSiblingFile ("away");
+    ASSERT_TRUE (second.moveFileTo (away));
+
+    next();
+
+    ASSERT_EQ (MainComponent::currentPage, formatPage);
+    EXPECT_EQ (dialogs.alerts().back().message, conversionFailure ({ sources[1] }));
+    EXPECT_EQ (namesIn (albumFolder), juce::StringArray ({ "01 - Artist - Track1.flac", "03 - Artist - Track3.flac",
+                                                           "Track1.wav", "Track3.wav", "away" }));
+    const auto alertsBefore = dialogs.alerts().size();
+
+    // The recording is back: the same Next finishes the album over the first run's files.
+    ASSERT_TRUE (away.moveFileTo (second));
+    next();
+
+    EXPECT_EQ (MainComponent::currentPage, finalPage);
+    EXPECT_EQ (dialogs.alerts().size(), alertsBefore);
+    EXPECT_TRUE (saveElsewhereQuestions().isEmpty());
+    EXPECT_EQ (namesIn (albumFolder), juce::StringArray ({ "01 - Artist - Track1.flac", "02 - Artist - Track2.flac",
+                                                           "03 - Artist - Track3.flac" }));
+    for (int i = 1; i <= 3; ++i)
+    {
+        const auto file =
+            albumFolder.getChildFile ("0" + juce::String (i) + " - Artist - Track" + juce::String (i) + ".flac");
+        expectTaggedFlac (file, "Track" + juce::String (i), i);
+        expectFlacHolds (file, makeSignal (2, 22050, 16, (juce::uint32) i));
+    }
+}
+
+TEST_F (EncodeRunTest, theSameListEncodedAgainReplacesItsOwnFilesWithoutAQuestion)
+{
+    const auto first = userSound ("a.wav");
+    const auto second = userSound ("b.wav");
+    const auto out = root.getChildFile ("out");
+    out.createDirectory();
+    ASSERT_NO_FATAL_FAILURE (encodeToTrackPage ({ first, second }));
+    project().setOutputFormat (formatOgg);
+
+    dialogs.chooseNext (out);
+    next();
+    ASSERT_EQ (MainComponent::currentPage, finalPage);
+    const auto firstFinal = root.getChildFile ("01 - a.ogg");
+    ASSERT_TRUE (firstFinal.existsAsFile());
+
+    ASSERT_NO_FATAL_FAILURE (encodeAgain ({ first, second }));
+    project().year = "2001";
+    dialogs.chooseNext (out);
+    next();
+
+    EXPECT_EQ (MainComponent::currentPage, finalPage);
+    EXPECT_TRUE (dialogs.alerts().empty());
+    EXPECT_TRUE (saveElsewhereQuestions().isEmpty());
+    EXPECT_EQ (namesIn (root), juce::StringArray ({ "01 - a.ogg", "02 - b.ogg", "my music", "out" }));
+    EXPECT_TRUE (namesIn (out).isEmpty());
+    // The files are the second run's: tagged with its year.
+    expectTaggedOgg (firstFinal, "a", 1);
+    EXPECT_EQ (tagLibTags (root.getChildFile ("02 - b.ogg")).year, 2001u);
+}
+
+TEST_F (EncodeRunTest, aSecondRunIntoTheFolderOfTheFinishedFilesWritesOverItsOwn)
+{
+    // No number and no artist: the converted file is at its final name from the start.
+    project().setAddTrackNumbers (false);
+    const auto wav = userSound ("song.wav");
+    ASSERT_NO_FATAL_FAILURE (encodeToTrackPage ({ wav }));
+    project().setOutputFormat (formatFlac);
+    dialogs.chooseNext (root);
+    next();
+    ASSERT_EQ (MainComponent::currentPage, finalPage);
+    ASSERT_TRUE (root.getChildFile ("song.flac").existsAsFile());
+
+    ASSERT_NO_FATAL_FAILURE (encodeAgain ({ wav }));
+    project().genre = "Blues";
+    dialogs.chooseNext (root);
+    next();
+
+    EXPECT_EQ (MainComponent::currentPage, finalPage);
+    EXPECT_TRUE (dialogs.alerts().empty());
+    EXPECT_TRUE (saveElsewhereQuestions().isEmpty());
+    EXPECT_EQ (namesIn (root), juce::StringArray ({ "my music", "song.flac" }));
+    expectTaggedFlac (root.getChildFile ("song.flac"), "song", 1);
+    EXPECT_EQ (tagLibTags (root.getChildFile ("song.flac")).genre, "Blues");
+}
+
+TEST_F (EncodeRunTest, aFileThatIsNotTheProgramsOwnForTheTrackIsStillAskedAbout)
+{
+    const auto a = userSound ("a.wav");
+    const auto b = userSound ("b.wav");
+    const auto c = userSound ("c.wav");
+    const auto out = root.getChildFile ("out");
+    out.createDirectory();
+    ASSERT_NO_FATAL_FAILURE (encodeToTrackPage ({ a, b, c }));
+    project().setOutputFormat (formatFlac);
+    dialogs.chooseNext (out);
+    next();
+    ASSERT_EQ (MainComponent::currentPage, finalPage);
+
+    // The user edits the first finished file; the second track is recorded anew at the same
+    // path; at the fourth place a file of the user's own waits where the list's new track will go.
+    const auto aFinal = root.getChildFile ("01 - a.flac");
+    const auto bFinal = root.getChildFile ("02 - b.flac");
+    const auto dFinal = root.getChildFile ("04 - d.flac");
+    ASSERT_TRUE (aFinal.appendText ("the user's own edit"));
+    const auto bEarlier = bFinal.loadFileAsString();
+    writeAudio (b, 44100.0, 16, makeSignal (2, 3000, 16, 9));
+    dFinal.replaceWithText ("the user's own file");
+    const auto d = userSound ("d.wav");
+    const auto aEdited = aFinal.loadFileAsString();
+
+    ASSERT_NO_FATAL_FAILURE (encodeAgain ({ a, b, c, d }));
+    dialogs.chooseNext (out);
+    next();
+
+    EXPECT_EQ (MainComponent::currentPage, finalPage);
+    EXPECT_EQ (saveElsewhereQuestions(),
+               juce::StringArray (aFinal.getFullPathName(), bFinal.getFullPathName(), dFinal.getFullPathName()));
+    // Each question was cancelled: the user's files stay as they were, and the new ones wait
+    // where they were made.
+    EXPECT_EQ (aFinal.loadFileAsString(), aEdited);
+    EXPECT_EQ (bFinal.loadFileAsString(), bEarlier);
+    EXPECT_EQ (dFinal.loadFileAsString(), "the user's own file");
+    EXPECT_EQ (namesIn (out), juce::StringArray ({ "a.flac", "b.flac", "d.flac" }));
+    expectFlacHolds (out.getChildFile ("b.flac"), makeSignal (2, 3000, 16, 9));
+    // The third track's file was the program's own from the same recording: replaced.
+    expectTaggedFlac (root.getChildFile ("03 - c.flac"), "c", 3);
 }
 
 //==============================================================================
