@@ -150,8 +150,16 @@ TEST_F (AlbumFolderTest, cancellingTheFolderQuestionStaysOnTheAlbumPage)
     project().album = "Album";
     dialogs.answer ("Cancel");
     next();
+
+    ASSERT_EQ (dialogs.alerts().size(), 1u);
+    EXPECT_EQ (dialogs.alerts()[0].title, "Album directory");
+    EXPECT_EQ (dialogs.alerts()[0].message,
+               "\"" + root.getChildFile ("Album").getFullPathName() + "\" does not exist. Create it ?");
+    EXPECT_EQ (dialogs.alerts()[0].answer, "Cancel");
     EXPECT_EQ (MainComponent::currentPage, 2);
+    EXPECT_EQ (visiblePage(), 2);
     EXPECT_FALSE (root.getChildFile ("Album").exists());
+    EXPECT_EQ (project().captureFolder, root.getFullPathName());
 }
 
 TEST_F (AlbumFolderTest, longNamesInOtherScriptsMakeAFolderCutToWhatTheFileSystemTakes)

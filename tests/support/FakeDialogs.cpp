@@ -2,6 +2,15 @@
 
 #include <gtest/gtest.h>
 
+FakeDialogs::~FakeDialogs()
+{
+    install (nullptr);
+
+    // Checked when the test's dialogs go, at the end of the test that scripted them.
+    const auto unused = unusedAnswers();
+    EXPECT_TRUE (unused.isEmpty()) << "scripted answers that no question took:\n" << unused.joinIntoString ("\n");
+}
+
 void FakeDialogs::answer (const juce::String& buttonText, const juce::StringArray& typed)
 {
     const std::lock_guard<std::mutex> guard (mutex);
@@ -149,4 +158,22 @@ juce::StringArray FakeDialogs::openedUrls() const
 {
     const std::lock_guard<std::mutex> guard (mutex);
     return urls;
+}
+
+juce::StringArray FakeDialogs::unusedAnswers() const
+{
+    const std::lock_guard<std::mutex> guard (mutex);
+    juce::StringArray unused;
+
+    for (const auto& scripted : scriptedAnswers)
+        unused.add ("the button \"" + scripted.button + "\" of an alert");
+
+    for (const auto& file : scriptedFiles)
+        unused.add (file == juce::File() ? juce::String ("a cancelled chooser")
+                                         : "the file \"" + file.getFullPathName() + "\" of a chooser");
+
+    for (const auto& files : scriptedFileLists)
+        unused.add ("a chooser of " + juce::String (files.size()) + " files");
+
+    return unused;
 }

@@ -9,7 +9,9 @@
     The tests' dialogs: each alert is recorded and answered from a script, by the text of the
     button to press; file choosers take scripted files. What nothing scripted is answered with
     the first button, or a cancelled chooser. An alert whose withdrawal is in force returns 0
-    and is not recorded, since the real windows would never show it.
+    and is not recorded, since the real windows would never show it. A scripted answer that no
+    alert or chooser took by the end of the test fails it: the test meant a question that never
+    came.
 */
 class FakeDialogs : public Dialogs
 {
@@ -50,7 +52,7 @@ public:
     };
 
     FakeDialogs() { install (this); }
-    ~FakeDialogs() override { install (nullptr); }
+    ~FakeDialogs() override;
 
     /** The next alert is answered with the button of this text; field texts may be typed too. */
     void answer (const juce::String& buttonText, const juce::StringArray& typed = {});
@@ -72,6 +74,9 @@ public:
     std::vector<Chooser> choosers() const;
     std::vector<ShownDialog> dialogs() const;
     juce::StringArray openedUrls() const;
+
+    /** What was scripted and not yet taken, one line each; empty when every answer was used. */
+    juce::StringArray unusedAnswers() const;
 
     /** Called after each alert is recorded, on the caller's thread. */
     std::function<void (const Alert&)> onAlert;
