@@ -3,6 +3,7 @@
 // thumbnails drawn centred and never enlarged.
 #include "encoding/AlbumPage.h"
 #include "EncodingPagesFixture.h"
+#include "PageImageSupport.h"
 #include "encoding/ThumbnailComponent.h"
 #include "support/Snapshots.h"
 
@@ -167,42 +168,83 @@ TEST_F (AlbumPageTest, everyKeystrokeInAnyFieldStoresAllFourFields)
     goToAlbumPage();
     auto& p = page();
 
-    p.albumField.setText ("Kind of", true);
-    EXPECT_TRUE (waitUntil ([this] { return project().album == "Kind of"; }));
+    // The fields say one thing and the project holds another, as after a change made elsewhere:
+    // one keystroke in any one field brings all four fields into the project.
+    p.albumField.setText ("Kind of Blue", false);
+    p.artistField.setText ("Miles Davis", false);
+    p.yearField.setText ("MCMLIX", false);
+    p.genreField.setText ("Jazz", false);
 
-    p.artistField.grabKeyboardFocus();
-    p.artistField.insertTextAtCaret ("Miles");
-    EXPECT_TRUE (waitUntil ([this] { return project().artist == "Miles"; }));
+    const std::vector<std::pair<juce::TextEditor*, juce::String Project::*>> fields{
+        { &p.albumField, &Project::album },
+        { &p.artistField, &Project::artist },
+        { &p.yearField, &Project::year },
+        { &p.genreField, &Project::genre },
+    };
 
-    p.yearField.setText ("MCMLIX", true);
-    p.genreField.setText ("Jazz", true);
-    p.albumField.setText ("Kind of Blue", true);
-    EXPECT_TRUE (waitUntil ([this] { return project().album == "Kind of Blue"; }));
+    for (const auto& [field, typedInto] : fields)
+    {
+        SCOPED_TRACE (field->getName().toStdString());
+        for (const auto& [other, member] : fields)
+            project().*member = "stale";
+
+        field->grabKeyboardFocus();
+        field->moveCaretToEnd();
+        field->insertTextAtCaret ("!");
+        auto* const stored = &(project().*typedInto);
+        ASSERT_TRUE (waitUntil ([stored, field = field] { return *stored == field->getText(); }));
+
+        EXPECT_EQ (project().album, p.albumField.getText());
+        EXPECT_EQ (project().artist, p.artistField.getText());
+        EXPECT_EQ (project().year, p.yearField.getText());
+        EXPECT_EQ (project().genre, p.genreField.getText());
+    }
 
     // The year stays the text that was typed.
-    EXPECT_EQ (project().year, "MCMLIX");
-    EXPECT_EQ (project().genre, "Jazz");
-    EXPECT_EQ (project().artist, "Miles");
+    EXPECT_EQ (project().year, "MCMLIX!");
+    EXPECT_EQ (project().album, "Kind of Blue!");
 
     // A field emptied is an empty value.
     p.genreField.setText ({}, true);
     EXPECT_TRUE (waitUntil ([this] { return project().genre.isEmpty(); }));
-    EXPECT_EQ (project().album, "Kind of Blue");
+    EXPECT_EQ (project().album, "Kind of Blue!");
 }
 
 TEST_F (AlbumPageTest, refreshFillsTheFieldsWithoutWritingThemBack)
 {
+    /** Counts the change messages the fields send. */
+    struct ChangeCounter : juce::TextEditor::Listener
+    {
+        void textEditorTextChanged (juce::TextEditor&) override { ++changes; }
+        int changes = 0;
+    } counter;
+
+    auto& p = page();
+    for (auto* field : { &p.albumField, &p.artistField, &p.yearField, &p.genreField })
+        field->addListener (&counter);
+
     project().album = "Blue Train";
     project().artist = "John Coltrane";
     project().year = "1957";
     project().genre = "Jazz";
-    page().refresh();
-    runMessageLoopFor (20);
+    p.refresh();
 
-    EXPECT_EQ (page().albumField.getText(), "Blue Train");
-    EXPECT_EQ (page().artistField.getText(), "John Coltrane");
-    EXPECT_EQ (page().yearField.getText(), "1957");
-    EXPECT_EQ (page().genreField.getText(), "Jazz");
+    // Changed again before any message could come back: a refresh that wrote the fields back
+    // would put the old values over these.
+    project().album = "Giant Steps";
+    project().year = "1960";
+    runMessageLoopFor (50);
+
+    EXPECT_EQ (p.albumField.getText(), "Blue Train");
+    EXPECT_EQ (p.artistField.getText(), "John Coltrane");
+    EXPECT_EQ (p.yearField.getText(), "1957");
+    EXPECT_EQ (p.genreField.getText(), "Jazz");
+    EXPECT_EQ (counter.changes, 0);
+    EXPECT_EQ (project().album, "Giant Steps");
+    EXPECT_EQ (project().year, "1960");
+
+    for (auto* field : { &p.albumField, &p.artistField, &p.yearField, &p.genreField })
+        field->removeListener (&counter);
 }
 
 TEST_F (AlbumPageTest, aDropLeftOfTheLineAt200IsTheFrontAndFrom200OnTheBack)
@@ -352,6 +394,9 @@ TEST_F (AlbumPageTest, aRefreshGivesTheBackPreviewTheFrontAndLeavesAnEmptyBackHi
     drop ({ front.getFullPathName() }, 20);
     drop ({ back.getFullPathName() }, 300);
 
+    // The back picture is gone by the refresh: the back hint follows the front cover, which
+    // the back preview shows, and stays empty.
+    ASSERT_TRUE (back.deleteFile());
     page().refresh();
     waitForPreviews();
     EXPECT_EQ (shownFile (page().backPreview), front);
@@ -363,14 +408,22 @@ TEST_F (AlbumPageTest, aCoverGoneByTheRefreshBringsItsHintBackAndStaysSet)
 {
     goToAlbumPage();
     const auto front = picture ("front.png");
+    const auto back = picture ("back.png");
     drop ({ front.getFullPathName() }, 20);
+    drop ({ back.getFullPathName() }, 300);
     waitForPreviews();
+    ASSERT_EQ (page().frontHint.getText(), "");
+    ASSERT_EQ (page().backHint.getText(), "");
     ASSERT_TRUE (front.deleteFile());
 
+    // Both previews are given the front cover, which is gone: both hints come back, the back
+    // one too, though the back picture is still there.
     page().refresh();
     EXPECT_EQ (page().frontHint.getText(), "Drag'n'drop\nfront cover\nhere");
     EXPECT_EQ (page().backHint.getText(), "Drag'n'drop\nback cover\nhere");
     EXPECT_EQ (project().frontCover, front);
+    EXPECT_EQ (project().backCover, back);
+    EXPECT_TRUE (back.existsAsFile());
 }
 
 TEST_F (AlbumPageTest, resetEmptiesEverythingAndBringsBothHintsBack)
@@ -427,13 +480,47 @@ TEST_F (AlbumPageTest, thePageShowsTheProjectsCoverWhenBuilt)
 
 TEST_F (AlbumPageTest, screenshotWithNoCovers)
 {
+    using namespace page_image;
     goToAlbumPage();
     runMessageLoopFor (20);
     EXPECT_TRUE (saveSnapshot (*wizard, "album-page-empty").existsAsFile());
+
+    const auto shot = windowImage (*wizard);
+    ASSERT_NE (page().getBanner(), nullptr);
+    EXPECT_TRUE (showsBanner (shot, *page().getBanner()));
+    EXPECT_TRUE (showsFootLine (shot));
+
+    for (const int y : { 160, 190, 220, 250 })
+    {
+        SCOPED_TRACE (y);
+        // The field, white to its right edge at 350, and the page beyond it.
+        EXPECT_TRUE (filledWith (shot, { 300, y + 4, 48, 24 }, juce::Colours::white));
+        EXPECT_TRUE (filledWith (shot, { 352, y + 4, 10, 24 }, windowBackground));
+        // Its label ends at the label's right edge, left of the field: right-justified.
+        const auto label = inkColumns (shot, { 32, y + 4, 110, 24 });
+        EXPECT_GE (label.getStart(), 80);
+        EXPECT_GE (label.getEnd(), 130);
+        EXPECT_LE (label.getEnd(), 142);
+    }
+
+    // The hints, centred in the frames, whose outlines run down both sides of each.
+    for (const int left : { 100, 220 })
+    {
+        SCOPED_TRACE (left);
+        const auto hint = inkColumns (shot, { left, 90, 80, 40 });
+        ASSERT_FALSE (hint.isEmpty());
+        EXPECT_LE (std::abs ((hint.getStart() - left) - (left + 80 - hint.getEnd())), 2);
+        EXPECT_TRUE (pixelIs (shot, left - 7, 110, juce::Colours::grey));
+        EXPECT_TRUE (pixelIs (shot, left + 87, 110, juce::Colours::grey));
+    }
+
+    // Nothing drawn right of the fields.
+    EXPECT_TRUE (filledWith (shot, { 360, 160, 70, 120 }, windowBackground));
 }
 
 TEST_F (AlbumPageTest, screenshotWithTwoCovers)
 {
+    using namespace page_image;
     goToAlbumPage();
     const auto front = picture ("front.png", 300, 300);
     const auto back = picture ("back.jpg", 60, 40);
@@ -447,6 +534,37 @@ TEST_F (AlbumPageTest, screenshotWithTwoCovers)
     runMessageLoopFor (20);
 
     EXPECT_TRUE (saveSnapshot (*wizard, "album-page-two-covers").existsAsFile());
+    const auto shot = windowImage (*wizard);
+    EXPECT_TRUE (showsBanner (shot, *page().getBanner()));
+    EXPECT_TRUE (showsFootLine (shot));
+
+    // The large front picture is reduced to the whole 80 by 80 preview at (100, 75), its
+    // quarters in their places.
+    EXPECT_TRUE (filledWith (shot, { 103, 78, 34, 34 }, juce::Colours::red, 8));
+    EXPECT_TRUE (filledWith (shot, { 143, 78, 34, 34 }, juce::Colours::lime, 8));
+    EXPECT_TRUE (filledWith (shot, { 103, 118, 34, 34 }, juce::Colours::blue, 8));
+    EXPECT_TRUE (filledWith (shot, { 143, 118, 34, 34 }, juce::Colours::yellow, 8));
+
+    // The small back picture keeps its 60 by 40, centred in its preview at (220, 75): from
+    // (230, 95) to (290, 135), with the page around it.
+    EXPECT_TRUE (filledWith (shot, { 232, 97, 26, 16 }, juce::Colours::red, 40));
+    EXPECT_TRUE (filledWith (shot, { 262, 97, 26, 16 }, juce::Colours::lime, 40));
+    EXPECT_TRUE (filledWith (shot, { 232, 117, 26, 16 }, juce::Colours::blue, 40));
+    EXPECT_TRUE (filledWith (shot, { 262, 117, 26, 16 }, juce::Colours::yellow, 40));
+    EXPECT_TRUE (filledWith (shot, { 221, 80, 8, 70 }, windowBackground));
+    EXPECT_TRUE (filledWith (shot, { 291, 80, 8, 70 }, windowBackground));
+    EXPECT_TRUE (filledWith (shot, { 230, 80, 60, 14 }, windowBackground));
+    EXPECT_TRUE (filledWith (shot, { 230, 136, 60, 14 }, windowBackground));
+
+    // The texts are in the fields, from their left; the rest of each field is white.
+    for (const int y : { 160, 190, 220, 250 })
+    {
+        SCOPED_TRACE (y);
+        const auto text = inkColumns (shot, { 151, y + 4, 198, 24 });
+        ASSERT_FALSE (text.isEmpty());
+        EXPECT_LE (text.getStart(), 160);
+        EXPECT_TRUE (filledWith (shot, { text.getEnd() + 2, y + 4, 346 - text.getEnd(), 24 }, juce::Colours::white));
+    }
 }
 
 //==============================================================================
@@ -486,18 +604,46 @@ TEST_F (ThumbnailTest, aNewFileIsLoadedAfterATimerOf100Milliseconds)
 
 TEST_F (ThumbnailTest, aQuickRunOfChangesLoadsOnlyTheLast)
 {
+    /** A preview that notes each file its timer loads, and what it showed just before. */
+    struct LoadCounting : ThumbnailComponent
+    {
+        void timerCallback() override
+        {
+            loaded.push_back (getFile());
+            ThumbnailComponent::timerCallback();
+        }
+        std::vector<juce::File> loaded;
+    } counting;
+    counting.setBounds (0, 0, 80, 80);
+
     const auto first = writePicture (folder.getChildFile ("first.png"), quarters (20, 20));
     const auto second = writePicture (folder.getChildFile ("second.png"), quarters (30, 10));
+    const auto third = writePicture (folder.getChildFile ("third.png"), quarters (40, 10));
 
-    preview.selectedFileChanged (first);
-    preview.selectedFileChanged (second);
-    EXPECT_EQ (preview.getThumbnail(), nullptr);
-    for (int i = 0; i < 1000 && preview.isTimerRunning(); ++i)
-        runMessageLoopFor (10);
+    counting.selectedFileChanged (first);
+    counting.selectedFileChanged (second);
+    counting.selectedFileChanged (third);
+    EXPECT_EQ (counting.getThumbnail(), nullptr);
+    EXPECT_TRUE (counting.isTimerRunning());
 
-    ASSERT_NE (preview.getThumbnail(), nullptr);
-    EXPECT_EQ (preview.getThumbnail()->getWidth(), 30);
-    EXPECT_EQ (preview.getFile(), second);
+    // Watched the whole while: the picture shown is never one of the earlier files.
+    for (int i = 0; i < 1000 && counting.isTimerRunning(); ++i)
+    {
+        runMessageLoopFor (2);
+        if (const auto* shown = counting.getThumbnail())
+        {
+            EXPECT_EQ (shown->getWidth(), 40);
+        }
+    }
+
+    EXPECT_EQ (counting.loaded, std::vector<juce::File> ({ third }));
+    ASSERT_NE (counting.getThumbnail(), nullptr);
+    EXPECT_EQ (counting.getThumbnail()->getWidth(), 40);
+    EXPECT_EQ (counting.getFile(), third);
+
+    // Nothing more is loaded afterwards.
+    runMessageLoopFor (250);
+    EXPECT_EQ (counting.loaded.size(), 1u);
 }
 
 TEST_F (ThumbnailTest, aSmallPictureIsDrawnCentredAtItsOwnSize)

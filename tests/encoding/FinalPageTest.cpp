@@ -2,6 +2,7 @@
 // wizard, "Do new capture" to the album page and "Encode again" to the track page.
 #include "encoding/FinalPage.h"
 #include "EncodingPagesFixture.h"
+#include "PageImageSupport.h"
 #include "app/ProjectPage.h"
 #include "capture/AudioReader.h"
 #include "support/Snapshots.h"
@@ -189,12 +190,48 @@ TEST_F (FinalPageTest, nextOnTheLastPageQuits)
 
 TEST_F (FinalPageTest, screenshotOfTheLastPage)
 {
+    using namespace page_image;
     showPage (6);
     runMessageLoopFor (20);
     EXPECT_TRUE (saveSnapshot (*wizard, "final-page-rip").existsAsFile());
+    const auto rip = windowImage (*wizard);
 
     chooseEncode();
     showPage (6);
     runMessageLoopFor (20);
     EXPECT_TRUE (saveSnapshot (*wizard, "final-page-encode").existsAsFile());
+    const auto encode = windowImage (*wizard);
+
+    ASSERT_NE (page().getBanner(), nullptr);
+    const juce::Rectangle<int> labelArea (60, 75, 320, 50), buttonArea (140, 135, 160, 25);
+    std::vector<juce::Range<int>> labelTexts, buttonTexts;
+
+    for (const auto* shot : { &rip, &encode })
+    {
+        EXPECT_TRUE (showsBanner (*shot, *page().getBanner()));
+        EXPECT_TRUE (showsFootLine (*shot));
+
+        // The button at (140, 135), 160 by 25, filled on both sides of its text, the page around it.
+        EXPECT_TRUE (filledWith (*shot, { 144, 139, 20, 17 }, juce::Colour (0xffe8e8e8)));
+        EXPECT_TRUE (filledWith (*shot, { 276, 139, 20, 17 }, juce::Colour (0xffe8e8e8)));
+        EXPECT_TRUE (filledWith (*shot, { 130, 135, 8, 25 }, windowBackground));
+        EXPECT_TRUE (filledWith (*shot, { 302, 135, 8, 25 }, windowBackground));
+
+        // Both texts centred in their places.
+        labelTexts.push_back (inkColumns (*shot, labelArea));
+        buttonTexts.push_back (inkColumns (*shot, buttonArea.reduced (4)));
+        for (const auto& [text, area] :
+             { std::pair (labelTexts.back(), labelArea), std::pair (buttonTexts.back(), buttonArea) })
+        {
+            ASSERT_FALSE (text.isEmpty());
+            EXPECT_LE (std::abs ((text.getStart() - area.getX()) - (area.getRight() - text.getEnd())), 3);
+        }
+
+        // Nothing else between the button and the line.
+        EXPECT_TRUE (filledWith (*shot, { 0, 165, shot->getWidth(), 170 }, windowBackground));
+    }
+
+    // The encode texts are the shorter ones.
+    EXPECT_LT (labelTexts[1].getLength(), labelTexts[0].getLength());
+    EXPECT_LT (buttonTexts[1].getLength(), buttonTexts[0].getLength());
 }

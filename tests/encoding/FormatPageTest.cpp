@@ -1,6 +1,7 @@
 // The format page: its controls, the descriptions, the LAME options and their two quality
 // lists, the library chooser, and every choice written through to the settings file.
 #include "EncodingPagesFixture.h"
+#include "PageImageSupport.h"
 #include "app/TextFit.h"
 #include "encoding/Page3.h"
 #include "support/Snapshots.h"
@@ -462,6 +463,7 @@ TEST_F (FormatPageTest, thePageKeepsItsControlsWhenTheProjectChangesElsewhere)
 
 TEST_F (FormatPageTest, screenshotWithMp3ThroughLameChosen)
 {
+    using namespace page_image;
     showPage (5);
     choose (formatMp3Lame);
     runMessageLoopFor (20);
@@ -469,6 +471,35 @@ TEST_F (FormatPageTest, screenshotWithMp3ThroughLameChosen)
     const auto file = saveSnapshot (*wizard, "format-page-mp3-lame");
     EXPECT_TRUE (file.existsAsFile());
     EXPECT_EQ (title(), "Groovesmith -- Page 6 / 7");
+
+    auto shot = windowImage (*wizard);
+    ASSERT_NE (page().getBanner(), nullptr);
+    EXPECT_TRUE (showsBanner (shot, *page().getBanner()));
+    EXPECT_TRUE (showsFootLine (shot));
+
+    // The parameters' frame at (80, 180), 270 by 130: its outline down both sides and along
+    // its foot, the page outside it.
+    EXPECT_TRUE (filledWith (shot, { 82, 200, 2, 100 }, juce::Colours::grey));
+    EXPECT_TRUE (filledWith (shot, { 346, 200, 2, 100 }, juce::Colours::grey));
+    EXPECT_TRUE (filledWith (shot, { 100, 306, 230, 2 }, juce::Colours::grey));
+    EXPECT_TRUE (filledWith (shot, { 70, 200, 10, 100 }, windowBackground));
+    EXPECT_TRUE (filledWith (shot, { 350, 200, 10, 100 }, windowBackground));
+
+    // The two lists, white between their text and their arrow, and the page beside them.
+    EXPECT_TRUE (filledWith (shot, { 240, 98, 25, 19 }, juce::Colours::white));
+    EXPECT_TRUE (filledWith (shot, { 302, 95, 10, 25 }, windowBackground));
+    EXPECT_TRUE (filledWith (shot, { 235, 264, 45, 22 }, juce::Colours::white));
+    EXPECT_TRUE (filledWith (shot, { 322, 260, 10, 30 }, windowBackground));
+    EXPECT_FALSE (inkColumns (shot, { 120, 95, 120, 25 }).isEmpty());
+    EXPECT_FALSE (inkColumns (shot, { 100, 260, 130, 30 }).isEmpty());
+
+    // Any other format takes the whole frame away, and its controls with it.
+    choose (formatFlac);
+    runMessageLoopFor (20);
+    shot = windowImage (*wizard);
+    EXPECT_TRUE (filledWith (shot, { 80, 180, 270, 128 }, windowBackground));
+    EXPECT_TRUE (filledWith (shot, { 240, 98, 25, 19 }, juce::Colours::white));
+    EXPECT_TRUE (showsFootLine (shot));
 }
 
 //==============================================================================
