@@ -1,4 +1,5 @@
 #include "app/ProjectPage.h"
+#include "encoding/FinalPage.h"
 #include "support/WizardFixture.h"
 
 namespace
@@ -109,11 +110,63 @@ TEST_F (WizardTest, filesDroppedOnTheTrackPageJoinTheListInNameOrder)
 
 TEST_F (WizardTest, filesDroppedElsewhereAreIgnored)
 {
-    const auto file = makeFile (testHome(), "b.wav");
-    for (int page = 0; page < 4; ++page)
+    // A sound and a picture, dropped on the left and on the right of every page but the track
+    // page, where sounds join the list, and the album page, where pictures are covers.
+    const auto sound = makeFile (testHome(), "b.wav");
+    const auto picture = testHome().getChildFile ("cover.jpg");
     {
-        wizard->filesDropped ({ file.getFullPathName() }, 10, 10);
-        next();
+        juce::Image image (juce::Image::RGB, 8, 8, true);
+        juce::FileOutputStream stream (picture);
+        ASSERT_TRUE (juce::JPEGImageFormat().writeImageToStream (image, stream));
     }
-    EXPECT_EQ (project().trackCount(), 0);
+    const juce::StringArray both{ picture.getFullPathName(), sound.getFullPathName() };
+
+    std::vector<int> pagesDroppedOn;
+    const auto dropEverywhere = [&]
+    {
+        pagesDroppedOn.push_back (MainComponent::currentPage);
+        for (const int x : { 10, 300 })
+        {
+            wizard->filesDropped (both, x, 100);
+            runMessageLoopFor (5);
+        }
+        EXPECT_EQ (project().trackCount(), 0) << "page " << MainComponent::currentPage;
+        EXPECT_EQ (project().frontCover, juce::File()) << "page " << MainComponent::currentPage;
+        EXPECT_EQ (project().backCover, juce::File()) << "page " << MainComponent::currentPage;
+    };
+
+    // A rip, with no tracks, goes through every page: 0, 1, 3, then from the track page on to
+    // the format page and the last page.
+    dropEverywhere();
+    next();
+    dropEverywhere();
+    next();
+    ASSERT_EQ (MainComponent::currentPage, 2);
+    next();
+    dropEverywhere();
+    next();
+    ASSERT_EQ (MainComponent::currentPage, 4);
+    next();
+    dropEverywhere();
+    next();
+    ASSERT_EQ (MainComponent::currentPage, 6);
+    dropEverywhere();
+
+    EXPECT_EQ (pagesDroppedOn, (std::vector<int>{ 0, 1, 3, 5, 6 }));
+    EXPECT_TRUE (dialogs.alerts().empty());
+    EXPECT_TRUE (dialogs.choosers().empty());
+    EXPECT_EQ (sound.loadFileAsString(), "sound");
+    EXPECT_TRUE (picture.existsAsFile());
+    EXPECT_FALSE (Project::savedTrackListFile().exists());
+
+    // The same drop does what the album page and the track page do with it.
+    click (wizard->finalPage->againButton);
+    ASSERT_EQ (MainComponent::currentPage, 2);
+    wizard->filesDropped (both, 10, 100);
+    EXPECT_EQ (project().frontCover, picture);
+    next();
+    next();
+    ASSERT_EQ (MainComponent::currentPage, 4);
+    wizard->filesDropped (both, 10, 100);
+    EXPECT_EQ (trackPaths (project()), juce::StringArray (sound.getFullPathName()));
 }

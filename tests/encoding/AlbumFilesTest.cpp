@@ -370,14 +370,24 @@ TEST_F (AlbumFilesTest, aTakenFinalNameOpensTheSaveDialogAndCancellingLeavesTheF
 TEST_F (AlbumFilesTest, aMoveThatFailsIsReportedOncePerTrack)
 {
     project.setCaptureFolder (folder.getChildFile ("no such album").getFullPathName());
-    const auto file = makeAudio ("Track1.flac");
+    const juce::Array<juce::File> files{ makeAudio ("Track1.flac"), makeAudio ("Track2.flac"),
+                                         makeAudio ("Track3.flac") };
 
-    album.moveTrackToAlbum ("Title", file, 1);
+    for (int i = 0; i < files.size(); ++i)
+    {
+        album.moveTrackToAlbum ("Title " + juce::String (i + 1), files[i], i + 1);
 
-    ASSERT_EQ (dialogs.alerts().size(), 1u);
-    EXPECT_EQ (dialogs.alerts()[0].title, "Groove Smith : Error");
-    EXPECT_EQ (dialogs.alerts()[0].message, "An error occured when trying to move the track");
-    EXPECT_TRUE (file.existsAsFile());
+        // One box for this track, as soon as its move fails, and none more.
+        ASSERT_EQ (dialogs.alerts().size(), (size_t) i + 1);
+        EXPECT_EQ (dialogs.alerts()[(size_t) i].title, "Groove Smith : Error");
+        EXPECT_EQ (dialogs.alerts()[(size_t) i].message, "An error occured when trying to move the track");
+        EXPECT_EQ (dialogs.alerts()[(size_t) i].icon, juce::MessageBoxIconType::WarningIcon);
+    }
+
+    for (const auto& file : files)
+        EXPECT_TRUE (file.existsAsFile()) << file.getFileName();
+    EXPECT_FALSE (folder.getChildFile ("no such album").exists());
+    EXPECT_TRUE (dialogs.choosers().empty());
 }
 
 TEST_F (AlbumFilesTest, theItunesFormatsAreNotMoved)

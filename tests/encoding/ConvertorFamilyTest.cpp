@@ -11,6 +11,7 @@
 #include "encoding/WavConvertor.h"
 #include "project/Project.h"
 #include "support/FakeDialogs.h"
+#include "support/MalformedCorpus.h"
 
 #include <gtest/gtest.h>
 
@@ -125,13 +126,37 @@ TEST_F (ConvertorFamilyTest, theItunesFormatsFailSilentlyWhereThereIsNoItunes)
 
 TEST_F (ConvertorFamilyTest, theItunesBridgeAnswersThatItunesIsMissing)
 {
+    const auto wav = folder.getChildFile ("Song.wav");
+    writeAudio (wav, 44100.0, 16, makeSignal (2, 1000, 16));
+    const auto wavBytes = MalformedCorpus::fingerprint (wav);
+    const auto mp3 = folder.getChildFile ("Other.mp3");
+    ASSERT_TRUE (mp3.replaceWithText ("an MP3 only iTunes would decode"));
+
+    // No encoder can be set up for any of iTunes' formats.
+    for (const int format : { formatAacItunes, formatAppleLosslessItunes, formatMp3Itunes })
+        EXPECT_EQ (ITunesBridge::withEncoderFor (format), nullptr) << format;
+
+    // A file that only iTunes decodes does not become a WAV file, and stays as it was.
+    project.outputFormat = formatWav;
+    const auto decoded = folder.getChildFile ("Other.wav");
+    WavConvertor convertor;
+    EXPECT_FALSE (convertor.convert (mp3.getFullPathName(), decoded.getFullPathName(), &project));
+    EXPECT_FALSE (decoded.exists());
+    EXPECT_EQ (mp3.loadFileAsString(), "an MP3 only iTunes would decode");
+
+    // A connection asked directly converts nothing, and takes nothing into a library.
     ITunesBridge bridge;
-    EXPECT_EQ (bridge.state, -1);
-    EXPECT_EQ (bridge.prepareEncoder (2), -1);
-    EXPECT_EQ (bridge.restoreEncoder(), -1);
-    EXPECT_EQ (bridge.convertFile ("/a.wav", "/a.m4a"), -1);
-    EXPECT_EQ (bridge.addToLibrary ("/a.m4a", &project), -1);
+    const auto m4a = folder.getChildFile ("Song.m4a");
+    EXPECT_NE (bridge.convertFile (wav.getFullPathName(), m4a.getFullPathName()), 0);
+    EXPECT_FALSE (m4a.exists());
+    ASSERT_TRUE (m4a.replaceWithText ("a file of the user's"));
+    EXPECT_NE (bridge.addToLibrary (m4a.getFullPathName(), &project), 0);
+    EXPECT_EQ (m4a.loadFileAsString(), "a file of the user's");
+
+    EXPECT_EQ (MalformedCorpus::fingerprint (wav), wavBytes);
+    EXPECT_EQ (folder.findChildFiles (juce::File::findFiles, false).size(), 3);
     EXPECT_TRUE (dialogs.alerts().empty());
+    EXPECT_TRUE (dialogs.choosers().empty());
 }
 
 TEST_F (ConvertorFamilyTest, aFinalNameHasTheTrackNumberArtistAndTitle)

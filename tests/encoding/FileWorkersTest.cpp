@@ -8,6 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <cstdio>
+#include <sys/stat.h>
+
 using namespace audiofiles;
 
 namespace
@@ -55,25 +59,60 @@ TEST_F (FileWorkersTest, aMoveTakesTheSourceAway)
 
 TEST_F (FileWorkersTest, aMoveToAnotherVolumeReportsWhatTheFileSystemMoveReports)
 {
+    // A tmpfs and the disk of the tests' home, or of the build: two file systems, which a
+    // rename cannot cross, so that the move copies and deletes.
+    const auto deviceOf = [] (const juce::File& place)
+    {
+        struct stat info
+        {
+        };
+        return ::stat (place.getFullPathName().toRawUTF8(), &info) == 0 ? (long long) info.st_dev : -1LL;
+    };
+
     const juce::File otherVolume ("/dev/shm");
-    if (! otherVolume.isDirectory() || ! otherVolume.hasWriteAccess())
-        GTEST_SKIP() << "no second volume to move to";
+    juce::File here = folder;
+    if (deviceOf (here) == deviceOf (otherVolume))
+        here = juce::File (GROOVESMITH_BUILD_DIR).getChildFile ("move-test");
+    here.createDirectory();
 
-    const auto first = makeFile ("First.wav", "first");
-    const auto second = makeFile ("Second.wav", "second");
-    const auto firstTarget = otherVolume.getNonexistentChildFile ("groovesmith-first", ".wav");
-    const auto secondTarget = otherVolume.getNonexistentChildFile ("groovesmith-second", ".wav");
+    if (deviceOf (otherVolume) < 0 || ! otherVolume.isDirectory() || deviceOf (here) == deviceOf (otherVolume))
+        GTEST_SKIP() << "no second file system to move to: /dev/shm is missing or on the same file system as "
+                     << here.getFullPathName();
+    ASSERT_NE (deviceOf (here), deviceOf (otherVolume));
 
-    const bool expected = second.moveFileTo (secondTarget);
-    CopyMyFile move (first, firstTarget, true);
+    const auto source = here.getChildFile ("First.wav");
+    ASSERT_TRUE (source.replaceWithText ("first"));
+    const auto target = otherVolume.getNonexistentChildFile ("groovesmith-first", ".wav");
+
+    // The system itself refuses a rename across the two.
+    const auto probe = here.getChildFile ("probe");
+    ASSERT_TRUE (probe.replaceWithText ("probe"));
+    errno = 0;
+    EXPECT_NE (::rename (probe.getFullPathName().toRawUTF8(), target.getFullPathName().toRawUTF8()), 0);
+    EXPECT_EQ (errno, EXDEV);
+    probe.deleteFile();
+
+    CopyMyFile move (source, target, true);
     move.runThread (juce::Thread::Priority::normal);
 
-    EXPECT_EQ (move.result, expected);
+    // The file system's move copies and deletes: the file is there, whole, and gone from here.
     EXPECT_TRUE (move.result);
-    EXPECT_EQ (firstTarget.loadFileAsString(), "first");
-    EXPECT_FALSE (first.exists());
-    firstTarget.deleteFile();
-    secondTarget.deleteFile();
+    EXPECT_EQ (target.loadFileAsString(), "first");
+    EXPECT_FALSE (source.exists());
+    target.deleteFile();
+
+    // And where the other side refuses the file, the move says so and the source stays.
+    const auto kept = here.getChildFile ("Kept.wav");
+    ASSERT_TRUE (kept.replaceWithText ("kept"));
+    const juce::File refused ("/proc/groovesmith-moved.wav");
+    CopyMyFile failing (kept, refused, true);
+    failing.runThread (juce::Thread::Priority::normal);
+    EXPECT_FALSE (failing.result);
+    EXPECT_EQ (kept.loadFileAsString(), "kept");
+    EXPECT_FALSE (refused.exists());
+
+    if (here != folder)
+        here.deleteRecursively();
 }
 
 using StatusKeepingCopy = StatusKeeping<CopyMyFile>;
@@ -112,13 +151,46 @@ TEST_F (FileWorkersTest, theCopyWindowSpeaksTheUsersLanguageButCancelDoesNot)
 TEST_F (FileWorkersTest, aCopyIntoAPlaceThatCannotBeWrittenFails)
 {
     const auto source = makeFile ("Track1.wav", "bytes");
-    const auto destination = unwritableFolder().getChildFile ("Track1.wav");
+    const auto place = unwritableFolder();
+    const auto destination = place.getChildFile ("Track1.wav");
 
-    CopyMyFile copy (source, destination, true);
+    CopyMyFile copy (source, destination, false);
     copy.runThread (juce::Thread::Priority::normal);
 
     EXPECT_FALSE (copy.result);
-    EXPECT_TRUE (source.existsAsFile());
+    EXPECT_FALSE (destination.exists());
+    EXPECT_EQ (source.loadFileAsString(), "bytes");
+}
+
+TEST_F (FileWorkersTest, aMoveIntoAPlaceThatCannotBeWrittenFailsAndLeavesTheSource)
+{
+    const auto source = makeFile ("Track1.wav", "bytes");
+    const auto destination = unwritableFolder().getChildFile ("Track1.wav");
+
+    CopyMyFile move (source, destination, true);
+    move.runThread (juce::Thread::Priority::normal);
+
+    EXPECT_FALSE (move.result);
+    EXPECT_FALSE (destination.exists());
+    EXPECT_EQ (source.loadFileAsString(), "bytes");
+}
+
+TEST_F (FileWorkersTest, aCopyOverAnEarlierFileReplacesItAndACopyThatCannotReadFails)
+{
+    const auto source = makeFile ("Track1.wav", "new bytes");
+    const auto destination = makeFile ("Copy.wav", "an earlier, longer file");
+
+    CopyMyFile copy (source, destination, false);
+    copy.runThread (juce::Thread::Priority::normal);
+    EXPECT_TRUE (copy.result);
+    EXPECT_EQ (destination.loadFileAsString(), "new bytes");
+
+    // Nothing to copy: the copy fails and makes nothing.
+    const auto nowhere = folder.getChildFile ("Nowhere.wav");
+    CopyMyFile missing (folder.getChildFile ("Missing.wav"), nowhere, false);
+    missing.runThread (juce::Thread::Priority::normal);
+    EXPECT_FALSE (missing.result);
+    EXPECT_FALSE (nowhere.exists());
 }
 
 TEST_F (FileWorkersTest, cancellingTheSaveElsewhereQuestionGivesNothing)

@@ -540,6 +540,13 @@ TEST_F (LameBindingTest, aSourceThatIsNoWavFailsBeforeTheEncoderIsStarted)
     EXPECT_TRUE (callsNamed ("lame_init").isEmpty());
     EXPECT_FALSE (LameLibrary::isBound());
     EXPECT_EQ (source.loadFileAsString(), text);
+    // The worker opens its destination before it looks at what it has: an empty file is
+    // left, in place of an earlier one.
+    EXPECT_TRUE (destination.existsAsFile());
+    EXPECT_EQ (destination.getSize(), 0);
+    ASSERT_TRUE (destination.replaceWithText ("an earlier MP3"));
+    EXPECT_FALSE (convert (source, destination));
+    EXPECT_TRUE (destination.existsAsFile());
     EXPECT_EQ (destination.getSize(), 0);
 }
 
@@ -551,7 +558,13 @@ TEST_F (LameBindingTest, aMissingSourceFailsBeforeTheEncoderIsStarted)
 
     EXPECT_TRUE (callsNamed ("lame_init").isEmpty());
     EXPECT_FALSE (LameLibrary::isBound());
+    EXPECT_TRUE (destination.existsAsFile());
     EXPECT_EQ (destination.getSize(), 0);
+    ASSERT_TRUE (destination.replaceWithText ("an earlier MP3"));
+    EXPECT_FALSE (convert (folder.getChildFile ("Gone.wav"), destination));
+    EXPECT_TRUE (destination.existsAsFile());
+    EXPECT_EQ (destination.getSize(), 0);
+    EXPECT_FALSE (folder.getChildFile ("Gone.wav").exists());
 }
 
 TEST_F (LameBindingTest, anExistingDestinationIsReplaced)

@@ -229,8 +229,17 @@ TEST_F (WavConvertorTest, aSourceThatIsNoAudioFileFailsAndLeavesAnEmptyDestinati
 
 TEST_F (WavConvertorTest, aMissingSourceFails)
 {
-    EXPECT_FALSE (convert (folder.getChildFile ("Nothing.flac"), folder.getChildFile ("Nothing.wav")));
-    EXPECT_FALSE (readAudio (folder.getChildFile ("Nothing.wav")).opened);
+    // The destination is opened before the source is read: it is left empty, and an earlier
+    // file of that name is gone, replaced as every destination is.
+    const auto destination = folder.getChildFile ("Nothing.wav");
+    ASSERT_TRUE (destination.replaceWithText ("an earlier file"));
+
+    EXPECT_FALSE (convert (folder.getChildFile ("Nothing.flac"), destination));
+
+    EXPECT_TRUE (destination.existsAsFile());
+    EXPECT_EQ (destination.getSize(), 0);
+    EXPECT_FALSE (readAudio (destination).opened);
+    EXPECT_FALSE (folder.getChildFile ("Nothing.flac").exists());
 }
 
 TEST_F (WavConvertorTest, cancelBetweenTwoChunksDeletesTheDestinationAndFails)
