@@ -7,6 +7,9 @@ namespace
 {
 const char* const firstLine = "Groovesmith written files 1";
 
+/** No path is longer than this many bytes; a line that holds longer ones is no entry. */
+constexpr int longestPath = 4096;
+
 /** A path on one line of its own, tabs and line ends written out. */
 juce::String escaped (const juce::String& text)
 {
@@ -15,8 +18,10 @@ juce::String escaped (const juce::String& text)
 
 juce::String unescaped (const juce::String& text)
 {
-    juce::String result;
-    result.preallocateBytes (text.getNumBytesAsUTF8());
+    if (! text.containsChar ('\\'))
+        return text;
+
+    juce::MemoryOutputStream result;
 
     for (auto p = text.getCharPointer(); ! p.isEmpty();)
     {
@@ -26,10 +31,10 @@ juce::String unescaped (const juce::String& text)
             const auto next = p.getAndAdvance();
             c = next == 't' ? '\t' : next == 'n' ? '\n' : next == 'r' ? '\r' : next;
         }
-        result += juce::String::charToString (c);
+        result.appendUTF8Char (c);
     }
 
-    return result;
+    return result.toUTF8();
 }
 
 bool isNumber (const juce::String& text)
@@ -143,11 +148,16 @@ void WrittenFiles::load()
 
     for (int i = 1; i < lines.size(); ++i)
     {
+        if (lines[i].getNumBytesAsUTF8() > (size_t) (4 * longestPath))
+            continue;
+
         juce::StringArray fields;
         fields.addTokens (lines[i], "\t", {});
 
-        if (fields.size() != 6 || fields[0].isEmpty() || fields[3].isEmpty() || ! isNumber (fields[1]) ||
-            ! isNumber (fields[2]) || ! isNumber (fields[4]) || ! isNumber (fields[5]))
+        if (fields.size() != 6 || fields[0].isEmpty() || fields[3].isEmpty() ||
+            fields[0].getNumBytesAsUTF8() > (size_t) longestPath ||
+            fields[3].getNumBytesAsUTF8() > (size_t) longestPath || ! isNumber (fields[1]) || ! isNumber (fields[2]) ||
+            ! isNumber (fields[4]) || ! isNumber (fields[5]))
             continue;
 
         Entry entry{ unescaped (fields[0]),

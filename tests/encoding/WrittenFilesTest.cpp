@@ -1,6 +1,7 @@
 // The encode run's record of the files it wrote: which file counts as the program's own for a
 // track, and the record on disk, kept across starts of the program and read safely.
 #include "encoding/WrittenFiles.h"
+#include "support/MalformedCorpus.h"
 #include "support/TestHelpers.h"
 
 #include <gtest/gtest.h>
@@ -159,20 +160,40 @@ TEST_F (WrittenFilesTest, theRecordKeepsTheLatestFilesOnly)
 {
     const auto source = makeFile ("Track1.wav", "recording");
     const auto first = makeFile ("first.flac", "encoded");
+    const auto second = makeFile ("second.flac", "encoded");
+    const auto last = makeFile ("last.flac", "encoded");
     WrittenFiles record (recordFile);
     const auto origin = record.originOf (source);
-    record.remember (first, origin);
 
-    const auto last = makeFile ("last.flac", "encoded");
+    // One file noted again and again is one entry.
     for (int i = 0; i < WrittenFiles::maxEntries; ++i)
-        record.remember (last, origin);
-    EXPECT_TRUE (record.isOurs (first, origin)); // one file noted again and again is one entry
-
-    for (int i = 0; i < WrittenFiles::maxEntries; ++i)
-        record.remember (makeFile ("f" + juce::String (i) + ".flac", "x"), origin);
-    EXPECT_FALSE (record.isOurs (first, origin));
-    EXPECT_TRUE (record.isOurs (folder.getChildFile ("f0.flac"), origin));
+        record.remember (first, origin);
     ASSERT_TRUE (record.save());
+    EXPECT_EQ (juce::StringArray::fromLines (recordFile.loadFileAsString().trimEnd()).size(), 2);
+
+    // A record of more files than it keeps, oldest first: the oldest are not read.
+    const auto lineFor = [&] (const juce::File& file)
+    {
+        const auto stamp = WrittenFiles::stampOf (file);
+        return file.getFullPathName() + "\t" + juce::String (stamp.size) + "\t" + juce::String (stamp.modified) + "\t" +
+               origin.path + "\t" + juce::String (origin.stamp.size) + "\t" + juce::String (origin.stamp.modified);
+    };
+    juce::StringArray lines ("Groovesmith written files 1", lineFor (first), lineFor (second));
+    for (int i = 0; i < WrittenFiles::maxEntries - 2; ++i)
+        lines.add (folder.getChildFile ("gone " + juce::String (i) + ".flac").getFullPathName() + "\t1\t1\t/a\t1\t1");
+    lines.add (lineFor (last));
+    ASSERT_TRUE (recordFile.replaceWithText (lines.joinIntoString ("\n") + "\n"));
+
+    WrittenFiles read (recordFile);
+    EXPECT_FALSE (read.isOurs (first, origin));
+    EXPECT_TRUE (read.isOurs (second, origin));
+    EXPECT_TRUE (read.isOurs (last, origin));
+
+    // One more noted: the oldest kept gives way.
+    read.remember (makeFile ("newest.flac", "encoded"), origin);
+    EXPECT_FALSE (read.isOurs (second, origin));
+    EXPECT_TRUE (read.isOurs (last, origin));
+    ASSERT_TRUE (read.save());
     EXPECT_EQ (juce::StringArray::fromLines (recordFile.loadFileAsString().trimEnd()).size(),
                WrittenFiles::maxEntries + 1);
 }
@@ -180,4 +201,40 @@ TEST_F (WrittenFilesTest, theRecordKeepsTheLatestFilesOnly)
 TEST_F (WrittenFilesTest, theProgramsRecordLivesBesideTheSettings)
 {
     EXPECT_EQ (WrittenFiles::defaultLocation(), testHome().getChildFile (".config/Tonewell/Groovesmith.written"));
+}
+
+//==============================================================================
+TEST (MalformedFiles, EveryRecordOfWrittenFilesIsReadSafelyAndWrittenAfreshWhole)
+{
+    const auto entries = MalformedCorpus::only (MalformedCorpus::make ({ "text" }), { "written" });
+    ASSERT_GE (entries.size(), 10u);
+    const auto location = WrittenFiles::defaultLocation();
+    const auto track = freshFolder ("tracks").getChildFile ("Track1.wav");
+    ASSERT_TRUE (track.replaceWithText ("a recording"));
+
+    for (const auto& entry : entries)
+    {
+        SCOPED_TRACE (MalformedCorpus::nameOf (entry));
+        const MalformedCorpus::LeftAsFound leftAsFound (entry);
+        location.getParentDirectory().createDirectory();
+        location.deleteRecursively();
+        if (entry.file.isDirectory())
+            location.createDirectory();
+        else
+            entry.file.copyFileTo (location);
+
+        WrittenFiles record;
+        const auto origin = record.originOf (track);
+        EXPECT_EQ (origin.path, track.getFullPathName());
+        EXPECT_FALSE (record.isOurs (track, origin));
+
+        // What is noted after it is kept whole, whatever the record held before.
+        record.remember (track, origin);
+        if (record.save())
+        {
+            WrittenFiles again;
+            EXPECT_TRUE (again.isOurs (track, origin));
+        }
+        location.deleteRecursively();
+    }
 }

@@ -17,7 +17,7 @@ namespace MalformedCorpus
 struct Entry
 {
     juce::File file;
-    juce::String kind;  // its extension: wav, aiff, flac, ogg, settings, lang, gsp, png, jpg
+    juce::String kind;  // its extension: wav, aiff, flac, ogg, settings, lang, gsp, written, png, jpg
     juce::int64 frames; // the most sample frames of audio it really holds
 };
 
