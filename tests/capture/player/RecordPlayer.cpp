@@ -13,6 +13,12 @@
 //       server misses its deadline (an xrun) as a busy machine would make it.
 //       --position-file PATH: the frames played so far are written to PATH, a hundred times a
 //       second, for a test that has to know how much of the record went out.
+//   groovesmith_record_player --deck DESCRIPTION
+//       a record deck for the demo of script/run: takes the capture ports' place as above, then
+//       waits with the record at its start. SIGUSR1 plays it from the start (from the start
+//       again while it plays), SIGUSR2 stops it and puts it back at the start, and at its end
+//       it stops and goes back to the start by itself. SIGTERM or SIGINT gives the inputs back
+//       to the capture ports and ends the player.
 #include "Record.h"
 
 #include <jack/jack.h>
@@ -42,7 +48,27 @@ struct Player
     unsigned cycleSleepMicroseconds = 0;
     std::int64_t stallEvery = 0;
     unsigned stallMicroseconds = 0;
+
+    // The deck's requests, taken by the process callback so that only it moves the record.
+    bool deck = false;
+    std::atomic<bool> restart{ false };
+    std::atomic<bool> halt{ false };
 };
+
+// What the deck is asked by signals; plain lock-free flags, safe to set in a handler.
+std::atomic<bool> playRequested{ false };
+std::atomic<bool> stopRequested{ false };
+std::atomic<bool> endRequested{ false };
+
+void onDeckSignal (int signalNumber)
+{
+    if (signalNumber == SIGUSR1)
+        playRequested = true;
+    else if (signalNumber == SIGUSR2)
+        stopRequested = true;
+    else
+        endRequested = true;
+}
 
 int process (jack_nframes_t frames, void* argument)
 {
@@ -50,13 +76,34 @@ int process (jack_nframes_t frames, void* argument)
     auto* left = static_cast<float*> (jack_port_get_buffer (player.outputs[0], frames));
     auto* right = static_cast<float*> (jack_port_get_buffer (player.outputs[1], frames));
 
+    if (player.restart.exchange (false))
+    {
+        player.position = 0;
+        player.playing = true;
+    }
+
+    if (player.halt.exchange (false))
+    {
+        player.playing = false;
+        player.position = 0;
+    }
+
     if (player.playing.load())
     {
         const auto position = player.position.load();
         player.record->render (position, static_cast<int> (frames), left, right);
         player.position = position + frames;
         if (position + frames >= player.record->getLength())
+        {
             player.finished = true;
+
+            // The deck stops at the end and waits at the start for the next play.
+            if (player.deck)
+            {
+                player.playing = false;
+                player.position = 0;
+            }
+        }
 
         if (player.stallEvery > 0 && (position + frames) / player.stallEvery != position / player.stallEvery)
             usleep (player.stallMicroseconds);
@@ -138,7 +185,7 @@ int main (int argc, char** argv)
         return 1;
 
     std::string description, positionFile;
-    bool freewheel = false, probe = false;
+    bool freewheel = false, probe = false, deck = false;
     unsigned cycleSleep = 0, stallMilliseconds = 0;
     std::int64_t stallEvery = 0;
 
@@ -151,6 +198,11 @@ int main (int argc, char** argv)
             freewheel = true;
         else if (argument == "--record" && i + 1 < argc)
             description = argv[++i];
+        else if (argument == "--deck" && i + 1 < argc)
+        {
+            description = argv[++i];
+            deck = true;
+        }
         else if (argument == "--cycle-sleep-us" && i + 1 < argc)
             cycleSleep = static_cast<unsigned> (std::stoul (argv[++i]));
         else if (argument == "--stall-every" && i + 1 < argc)
@@ -170,7 +222,20 @@ int main (int argc, char** argv)
         return 0;
     }
 
+    // The deck's signals are heard from the start, so that none ends it unasked.
+    if (deck)
+    {
+        struct sigaction action
+        {
+        };
+        action.sa_handler = onDeckSignal;
+        sigemptyset (&action.sa_mask);
+        for (const int signalNumber : { SIGUSR1, SIGUSR2, SIGTERM, SIGINT })
+            sigaction (signalNumber, &action, nullptr);
+    }
+
     Player player;
+    player.deck = deck;
     player.client = openClient ("record_player", 50);
     if (player.client == nullptr)
     {
@@ -237,7 +302,24 @@ int main (int argc, char** argv)
         }
     }
 
-    player.playing = true;
+    if (deck)
+    {
+        // Until it is told to end: each play request starts the record again, each stop puts it
+        // back at the start.
+        while (! endRequested.load())
+        {
+            if (playRequested.exchange (false))
+                player.restart = true;
+            if (stopRequested.exchange (false))
+                player.halt = true;
+            std::this_thread::sleep_for (std::chrono::milliseconds (10));
+        }
+        player.halt = true;
+        std::this_thread::sleep_for (std::chrono::milliseconds (100));
+        player.finished = true;
+    }
+
+    player.playing = ! deck;
 
     // Four hours of audio at most, even in real time.
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::hours (4);
