@@ -1,12 +1,16 @@
 #include "encoding/AlbumPlaylist.h"
 
 #include "encoding/AlbumFiles.h"
+#include "project/FileNames.h"
 
 #include <algorithm>
 
 namespace
 {
 const char* const header = "#EXTM3U";
+
+/** What the playlist's own name leaves to the name of its temporary file and to " (99)". */
+constexpr int roomForTemporaryAndCopy = 20;
 
 /** An earlier playlist is a small text; anything larger is not ours. */
 constexpr juce::int64 largestEarlierPlaylist = 1024 * 1024;
@@ -30,7 +34,12 @@ juce::String AlbumPlaylist::fileNameFor (const juce::String& album, const juce::
     if (name.isEmpty())
         return "Playlist.m3u8";
 
-    return AlbumFiles::keptInsideFolder (juce::File::createLegalFileName (name)) + ".m3u8";
+    // Cut, as the album's other names are, to what a file name takes in bytes, with room left
+    // for the temporary file it is written through ("_temp" and eight digits) and for the
+    // number of a second copy.
+    const juce::String extension (".m3u8");
+    const auto room = FileNames::longestAnywhere - FileNames::bytesOf (extension) - roomForTemporaryAndCopy;
+    return AlbumFiles::keptInsideFolder (FileNames::cutToBytes (FileNames::legal (name), room)) + extension;
 }
 
 juce::String AlbumPlaylist::entryLine (const juce::File& file, const juce::File& playlistFile)

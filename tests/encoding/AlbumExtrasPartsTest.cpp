@@ -6,6 +6,7 @@
 #include "encoding/CoverEmbedder.h"
 #include "encoding/FinishedFileTags.h"
 #include "encoding/ReplayGainMeter.h"
+#include "project/FileNames.h"
 #include "project/Project.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>
@@ -445,6 +446,43 @@ TEST (AlbumPlaylist, isNamedAfterTheAlbumTheArtistOrNothing)
     EXPECT_EQ (AlbumPlaylist::fileNameFor ("..", ""), "__.m3u8");
     const auto summer = juce::String::fromUTF8 ("\xc3\x89t\xc3\xa9");
     EXPECT_EQ (AlbumPlaylist::fileNameFor (summer, ""), summer + ".m3u8");
+}
+
+TEST (AlbumPlaylist, aLongNameIsCutToWhatAFileNameTakesInBytesAndAPlainOneIsNot)
+{
+    // 100 letters of three bytes: the name would take 305 bytes.
+    const auto kanji = juce::String::fromUTF8 ("\xe6\xbc\xa2");
+    const auto album = juce::String::repeatedString (kanji, 100);
+    const auto name = AlbumPlaylist::fileNameFor (album, "");
+    EXPECT_LE (FileNames::bytesOf (name), 255);
+    EXPECT_GT (FileNames::bytesOf (name), 200);
+    EXPECT_TRUE (name.endsWith (".m3u8"));
+    EXPECT_TRUE (album.startsWith (name.dropLastCharacters (5)));
+
+    // It is written, through its temporary file, and so is a second copy beside a file of the user's.
+    const auto folder = freshFolder ("playlist");
+    AlbumPlaylist playlist;
+    playlist.add (folder.getChildFile ("01 - a.flac"), "", "a", 10);
+    const auto first = playlist.placeIn (folder, name);
+    EXPECT_EQ (first, folder.getChildFile (name));
+    ASSERT_TRUE (playlist.writeTo (first));
+    {
+        // The user's own file, written in place under that name.
+        juce::FileOutputStream users (first);
+        ASSERT_TRUE (users.openedOk());
+        users.setPosition (0);
+        users.truncate();
+        users.writeText ("the user's own file", false, false, nullptr);
+    }
+    const auto second = playlist.placeIn (folder, name);
+    EXPECT_NE (second, first);
+    EXPECT_TRUE (playlist.writeTo (second));
+    EXPECT_TRUE (second.loadFileAsString().startsWith ("#EXTM3U"));
+    EXPECT_EQ (first.loadFileAsString(), "the user's own file");
+
+    // 200 plain letters fit whole.
+    const auto plain = juce::String::repeatedString ("p", 200);
+    EXPECT_EQ (AlbumPlaylist::fileNameFor (plain, ""), plain + ".m3u8");
 }
 
 TEST (AlbumPlaylist, listsTheTracksInOrderRelativeToItsFolderWithLengthsAndTitles)
