@@ -483,7 +483,7 @@ TEST_F (FormatPageTest, screenshotWithMp3ThroughLameChosen)
     EXPECT_TRUE (filledWith (shot, { 346, 200, 2, 100 }, juce::Colours::grey));
     EXPECT_TRUE (filledWith (shot, { 100, 306, 230, 2 }, juce::Colours::grey));
     EXPECT_TRUE (filledWith (shot, { 70, 200, 10, 100 }, windowBackground));
-    EXPECT_TRUE (filledWith (shot, { 350, 200, 10, 100 }, windowBackground));
+    EXPECT_TRUE (filledWith (shot, { 348, 200, 4, 100 }, windowBackground));
 
     // The two lists, white between their text and their arrow, and the page beside them.
     EXPECT_TRUE (filledWith (shot, { 240, 98, 25, 19 }, juce::Colours::white));
