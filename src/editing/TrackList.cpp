@@ -1,6 +1,8 @@
 #include "editing/TrackList.h"
 
 #include "editing/MergeThread.h"
+#include "editing/SleeveTitles.h"
+#include "editing/SongCutter.h"
 #include "encoding/CopyMyFile.h"
 #include "project/Dialogs.h"
 #include "project/Project.h"
@@ -15,6 +17,11 @@ TrackList::TrackList (Project* projectToUse)
     showMenu = [] (juce::PopupMenu& menu) { return menu.showMenu (juce::PopupMenu::Options().withMousePosition()); };
     merge = [this] (const juce::File& first, const juce::File& second, const juce::File& output)
     { return mergeFiles (first, second, output, project); };
+    cutIntoSongs = [this] (int row, const juce::SparseSet<int>& selected)
+    {
+        SongCutter cutter (*project);
+        cutter.run (row, selected);
+    };
 }
 
 TrackList::~TrackList()
@@ -58,7 +65,7 @@ void TrackList::listBoxItemClicked (int row, const juce::MouseEvent& e)
 
     if (menuClick)
     {
-        auto menu = makeMenu();
+        auto menu = makeMenu (project);
         runMenuEntry (showMenu (menu), row);
     }
     else if (e.mods.isLeftButtonDown() && e.getNumberOfClicks() == 2)
@@ -67,8 +74,10 @@ void TrackList::listBoxItemClicked (int row, const juce::MouseEvent& e)
     }
 }
 
-juce::PopupMenu TrackList::makeMenu()
+juce::PopupMenu TrackList::makeMenu (const Project* project)
 {
+    const auto tr = [project] (const char* text) { return project != nullptr ? project->translate (text) : text; };
+
     juce::PopupMenu menu;
     menu.addItem (renameTrackEntry, "rename track");
     menu.addItem (renameArtistEntry, "rename artist");
@@ -78,6 +87,8 @@ juce::PopupMenu TrackList::makeMenu()
     menu.addItem (mergeEntry, "merge track with next one");
     menu.addItem (removeTrackEntry, "remove track");
     menu.addItem (deleteTrackEntry, "delete track");
+    menu.addItem (findSongsEntry, tr ("find the songs..."));
+    menu.addItem (sleeveTitlesEntry, tr ("titles from the sleeve..."));
     return menu;
 }
 
@@ -102,6 +113,12 @@ void TrackList::runMenuEntry (int result, int row)
             break;
         case deleteTrackEntry:
             deleteSelected (row);
+            break;
+        case findSongsEntry:
+            findSongs (row);
+            break;
+        case sleeveTitlesEntry:
+            takeTitlesFromSleeve();
             break;
         default:
             break;
@@ -329,6 +346,19 @@ void TrackList::deleteSelected (int row)
         project->deleteTracks (selected, true);
     }
 
+    refresh();
+}
+
+void TrackList::findSongs (int row)
+{
+    cutIntoSongs (row, getSelectedRows());
+    refresh();
+}
+
+void TrackList::takeTitlesFromSleeve()
+{
+    SleeveTitles::askAndRename (*project,
+                                [this] (int row, const juce::String& name) { return renameTrack (row, name); });
     refresh();
 }
 

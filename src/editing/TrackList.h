@@ -28,7 +28,9 @@ public:
         setYearEntry = 5,
         setGenreEntry = 6,
         removeTrackEntry = 7,
-        mergeEntry = 8
+        mergeEntry = 8,
+        findSongsEntry = 9,
+        sleeveTitlesEntry = 10
     };
 
     int getNumRows() override;
@@ -44,8 +46,9 @@ public:
     /** The path a rename to `newName` gives the row's file; empty when the row has no folder. */
     juce::String pathForRename (int row, const juce::String& newName) const;
 
-    /** The right-click menu, its entries in order. */
-    static juce::PopupMenu makeMenu();
+    /** The right-click menu, its entries in order: the eight of the list, always in English, then
+        the two that find the songs and take the titles from the sleeve, in the user's language. */
+    static juce::PopupMenu makeMenu (const Project* project = nullptr);
 
     /** Does what the menu's entry `result` does for `row`; 0 does nothing. */
     void runMenuEntry (int result, int row);
@@ -59,6 +62,10 @@ public:
 
     /** Shows the menu at the mouse and returns the chosen entry, 0 when none. Tests replace it. */
     std::function<int (juce::PopupMenu& menu)> showMenu;
+
+    /** Runs "find the songs..." for the row clicked and the rows selected. Tests replace it to
+        reach the flow's seams. */
+    std::function<void (int row, const juce::SparseSet<int>& selected)> cutIntoSongs;
 
     /** Writes two tracks' files one after the other into a third, behind the merge's progress
         window; true when the merge is to be taken. Tests replace it to hold the worker. */
@@ -75,6 +82,8 @@ private:
     void mergeWithNext (int row);
     void removeSelected (int row);
     void deleteSelected (int row);
+    void findSongs (int row);
+    void takeTitlesFromSleeve();
 
     /** After a rename found the row's file gone: the row leaves the list. */
     void dropVanishedRow (int row);
