@@ -46,7 +46,7 @@ double processorSeconds()
            1.0e-6 * (double) (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
 }
 
-/** A side of eight songs of about two and a half minutes, with everything that makes real
+/** A twenty-minute side of eight songs of about two and a half minutes, with everything that makes real
     sides hard, written once as a 16-bit WAV file. */
 juce::File twentyMinuteSide()
 {
@@ -59,7 +59,7 @@ juce::File twentyMinuteSide()
     spec.noiseDb = -50.0;
     for (int s = 0; s < songsOnTheSide; ++s)
         spec.songs.push_back (
-            { 140.0 + 7.0 * s, -14.0 - (double) (s % 4) * 2.0, s % 3 == 1, s % 4 == 2, s % 2 == 0, s % 5 != 3 });
+            { 130.0 + 5.0 * s, -14.0 - (double) (s % 4) * 2.0, s % 3 == 1, s % 4 == 2, s % 2 == 0, s % 5 != 3 });
     spec.gaps = { 2.0, 1.5, 3.0, 2.5, 1.0, 4.0, 2.0 };
     spec.seed = 2024;
 

@@ -10,6 +10,7 @@
 namespace
 {
 constexpr double pieceSeconds = 0.002;
+constexpr double longestSideSeconds = 1800.0;
 constexpr int piecesPerStep = 10;
 constexpr double highPassHz = 100.0;
 constexpr double lowPassHz = 4000.0;
@@ -80,8 +81,8 @@ SongFinder::SongFinder (double rate)
     design (highPass, highPassHz, true);
     design (lowPass, lowPassHz, false);
 
-    // A twenty-minute side, at once: the envelope never grows in the audio thread's way.
-    levels.reserve ((size_t) (1300.0 / stepSeconds));
+    // Room for the longest sides at once, so that the envelope is not copied as it grows.
+    levels.reserve ((size_t) (longestSideSeconds / stepSeconds));
 }
 
 void SongFinder::addFrame (float mono)

@@ -501,6 +501,26 @@ TEST_F (FindTheSongs, theSideFileIsCutAgainFromItsStartWithAnotherNumber)
                    .joinIntoString ("|"));
 }
 
+TEST_F (FindTheSongs, cuttingTheJoinedTracksAgainStartsFromTheSameAudio)
+{
+    addRowsOfTheSide();
+
+    // Two songs asked for first: one boundary is missed on purpose.
+    SongCutter first (*project);
+    dialogs.answer ("ok", { "2" });
+    ASSERT_TRUE (first.run (0, selection (0, 3)));
+    ASSERT_EQ (project->trackCount(), 2);
+    expectTheSideCut (first, trackPaths (*project), 2);
+
+    // The two tracks hold the whole side between them, so that joined again they are the side.
+    SongCutter second (*project);
+    dialogs.answer ("ok", { "3" });
+    ASSERT_TRUE (second.run (1, selection (0, 2)));
+    ASSERT_EQ (project->trackCount(), 3);
+    expectCutsBetweenTheSongs (second.getCuts());
+    expectTheSideCut (second, trackPaths (*project), 3);
+}
+
 TEST_F (FindTheSongs, rowsAtDifferentRatesAreJoinedAt44100)
 {
     project->projectType = encodeProject;
@@ -583,4 +603,44 @@ TEST (FindSongsThread, aCancelWhileWritingDeletesEveryNewFile)
     EXPECT_EQ (seen.size(), 3);
     EXPECT_TRUE (worker.parts.empty());
     EXPECT_EQ (folder.getNumberOfChildFiles (juce::File::findFiles), 1);
+}
+
+TEST (FindTheSongsTexts, theNewEntriesAndTheBoxSpeakTheUsersLanguageWhileTheListsOwnEntriesStayEnglish)
+{
+    const auto code = "s" + juce::String (juce::Random::getSystemRandom().nextInt (1000000));
+    const auto file = Project::programFolder().getChildFile ("lang-" + code + ".txt");
+    ASSERT_TRUE (file.replaceWithText ("language: Test\n\n"
+                                       "\"find the songs...\" = \"trouver les morceaux...\"\n"
+                                       "\"titles from the sleeve...\" = \"titres de la pochette...\"\n"
+                                       "\"rename track\" = \"never shown\"\n"
+                                       "\"Find the songs\" = \"Trouver les morceaux\"\n"
+                                       "\"Number of songs:\" = \"Nombre de morceaux :\"\n"
+                                       "\"cancel\" = \"annuler\"\n"
+                                       "\"ok\" = \"d'accord\"\n"
+                                       "\"Titles from the sleeve\" = \"Titres de la pochette\"\n"));
+    {
+        Project project;
+        project.getSettings().setValue ("lang", code);
+    }
+    {
+        FakeDialogs dialogs;
+        Project project;
+        const auto menu = TrackList::makeMenu (&project);
+        auto copy = menu;
+        const auto entries = entriesOf (copy);
+        ASSERT_EQ (entries.size(), 10u);
+        EXPECT_EQ (entries[0].text, "rename track");
+        EXPECT_EQ (entries[8].text, "trouver les morceaux...");
+        EXPECT_EQ (entries[9].text, "titres de la pochette...");
+
+        SongCutter cutter (project);
+        dialogs.answer ("annuler");
+        EXPECT_FALSE (cutter.askForSongs().has_value());
+        ASSERT_EQ (dialogs.alerts().size(), 1u);
+        EXPECT_EQ (dialogs.alerts()[0].title, "Trouver les morceaux");
+        EXPECT_EQ (dialogs.alerts()[0].fieldLabels, juce::StringArray ("Nombre de morceaux :"));
+        EXPECT_EQ (dialogs.alerts()[0].buttons, juce::StringArray ({ "annuler", "d'accord" }));
+    }
+    file.deleteFile();
+    forgetWhatTheProgramKeeps();
 }
