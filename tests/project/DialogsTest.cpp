@@ -249,30 +249,68 @@ TEST (RealDialogs, withdrawalsNestSoThatAlertsComeBackOnlyOnceEveryOneHasEnded)
     EXPECT_TRUE (withdrawal.isWithdrawn());
 }
 
+namespace
+{
+/** Once the box is showing and its window has the keyboard focus (a new window gets it from the
+    display a moment after it opens), notes what has the focus, lets `inspect` see the box, and
+    presses its button "ok". */
+class FocusWatcher : private juce::Timer
+{
+public:
+    explicit FocusWatcher (std::function<void (juce::AlertWindow&)> inspectToUse)
+        : inspect (std::move (inspectToUse))
+    {
+        startTimer (5);
+    }
+
+    juce::Component* focused = nullptr;
+
+private:
+    void timerCallback() override
+    {
+        auto* window = dynamic_cast<juce::AlertWindow*> (juce::Component::getCurrentlyModalComponent());
+        if (window == nullptr)
+            return;
+
+        focused = juce::Component::getCurrentlyFocusedComponent();
+        if ((focused == nullptr || ! window->isParentOf (focused)) && ++waits < 400)
+            return;
+
+        stopTimer();
+        inspect (*window);
+        for (auto* child : window->getChildren())
+            if (auto* button = dynamic_cast<juce::TextButton*> (child);
+                button != nullptr && button->getButtonText() == "ok")
+                button->triggerClick();
+    }
+
+    std::function<void (juce::AlertWindow&)> inspect;
+    int waits = 0;
+};
+} // namespace
+
 TEST (RealDialogs, aFieldAskedToHaveTheFocusHasItWhenTheBoxOpensAndTabGoesOnToTheReturnButton)
 {
     juce::Component* field = nullptr;
     juce::Component* first = nullptr;
-    juce::Component* focused = nullptr;
     juce::String afterField, afterThat;
     bool returnLeftToTheBox = false;
 
-    AlertAnswerer answerer ("ok",
-                            [&] (juce::AlertWindow& window)
-                            {
-                                field = window.getTextEditor ("songs");
-                                focused = juce::Component::getCurrentlyFocusedComponent();
-                                const auto traverser = window.createKeyboardFocusTraverser();
-                                first = traverser->getDefaultComponent (&window);
-                                if (auto* next = dynamic_cast<juce::Button*> (traverser->getNextComponent (field)))
-                                {
-                                    afterField = next->getButtonText();
-                                    if (auto* last = dynamic_cast<juce::Button*> (traverser->getNextComponent (next)))
-                                        afterThat = last->getButtonText();
-                                }
-                                // One line: Return is the box's, which presses "ok".
-                                returnLeftToTheBox = ! field->keyPressed (juce::KeyPress (juce::KeyPress::returnKey));
-                            });
+    FocusWatcher answerer (
+        [&] (juce::AlertWindow& window)
+        {
+            field = window.getTextEditor ("songs");
+            const auto traverser = window.createKeyboardFocusTraverser();
+            first = traverser->getDefaultComponent (&window);
+            if (auto* next = dynamic_cast<juce::Button*> (traverser->getNextComponent (field)))
+            {
+                afterField = next->getButtonText();
+                if (auto* last = dynamic_cast<juce::Button*> (traverser->getNextComponent (next)))
+                    afterThat = last->getButtonText();
+            }
+            // One line: Return is the box's, which presses "ok".
+            returnLeftToTheBox = ! field->keyPressed (juce::KeyPress (juce::KeyPress::returnKey));
+        });
 
     AlertRequest request;
     request.title = "Find the songs";
@@ -286,7 +324,7 @@ TEST (RealDialogs, aFieldAskedToHaveTheFocusHasItWhenTheBoxOpensAndTabGoesOnToTh
     EXPECT_EQ (Dialogs::get().runAlert (request), 1);
     ASSERT_NE (field, nullptr);
     EXPECT_EQ (first, field);
-    EXPECT_EQ (focused, field);
+    EXPECT_EQ (answerer.focused, field);
     EXPECT_EQ (afterField, "ok");
     EXPECT_EQ (afterThat, "cancel");
     EXPECT_TRUE (returnLeftToTheBox);
@@ -295,27 +333,25 @@ TEST (RealDialogs, aFieldAskedToHaveTheFocusHasItWhenTheBoxOpensAndTabGoesOnToTh
 TEST (RealDialogs, aMultiLineFieldTakesReturnAsANewLineAndComesBackAsTyped)
 {
     juce::TextEditor* editor = nullptr;
-    juce::Component* focused = nullptr;
     juce::String afterField;
     juce::String label;
 
-    AlertAnswerer answerer ("ok",
-                            [&] (juce::AlertWindow& window)
-                            {
-                                editor = dynamic_cast<juce::TextEditor*> (window.getCustomComponent (0));
-                                if (editor == nullptr)
-                                    return;
-                                label = editor->getName();
-                                focused = juce::Component::getCurrentlyFocusedComponent();
-                                editor->setText ("A1 One", false);
-                                editor->moveCaretToEnd();
-                                EXPECT_TRUE (editor->keyPressed (juce::KeyPress (juce::KeyPress::returnKey)));
-                                editor->insertTextAtCaret ("A2 Two");
-                                EXPECT_FALSE (editor->keyPressed (juce::KeyPress (juce::KeyPress::tabKey)));
-                                const auto traverser = window.createKeyboardFocusTraverser();
-                                if (auto* next = dynamic_cast<juce::Button*> (traverser->getNextComponent (editor)))
-                                    afterField = next->getButtonText();
-                            });
+    FocusWatcher answerer (
+        [&] (juce::AlertWindow& window)
+        {
+            editor = dynamic_cast<juce::TextEditor*> (window.getCustomComponent (0));
+            if (editor == nullptr)
+                return;
+            label = editor->getName();
+            editor->setText ("A1 One", false);
+            editor->moveCaretToEnd();
+            EXPECT_TRUE (editor->keyPressed (juce::KeyPress (juce::KeyPress::returnKey)));
+            editor->insertTextAtCaret ("A2 Two");
+            EXPECT_FALSE (editor->keyPressed (juce::KeyPress (juce::KeyPress::tabKey)));
+            const auto traverser = window.createKeyboardFocusTraverser();
+            if (auto* next = dynamic_cast<juce::Button*> (traverser->getNextComponent (editor)))
+                afterField = next->getButtonText();
+        });
 
     AlertRequest request;
     request.title = "Titles from the sleeve";
@@ -330,7 +366,7 @@ TEST (RealDialogs, aMultiLineFieldTakesReturnAsANewLineAndComesBackAsTyped)
     EXPECT_EQ (Dialogs::get().runAlert (request), 1);
     ASSERT_NE (editor, nullptr);
     EXPECT_EQ (label, "Titles:");
-    EXPECT_EQ (focused, editor);
+    EXPECT_EQ (answerer.focused, editor);
     EXPECT_EQ (afterField, "ok");
     EXPECT_EQ (request.fieldValues, juce::StringArray ("A1 One\nA2 Two"));
 }
