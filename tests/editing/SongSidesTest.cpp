@@ -128,6 +128,7 @@ public:
         project->setCalibrationRequested (true);
         for (size_t i = 0; i + blockSize <= groove[0].size() && ! ended(); i += blockSize)
             feed (groove[0].data() + i, groove[1].data() + i);
+        audio->stop(); // at once, as the engine's own thread would half a second later
         waitForEnd();
         threshold = project->threshold;
 
@@ -148,8 +149,8 @@ public:
                 written.push_back ({ i, writer->getFileName() });
         }
 
-        if (audio->getStatus().phase == CaptureStatus::running)
-            audio->stop();
+        // Stopped by the user at the end of the side, or ended by the silence rule.
+        audio->stop();
         waitForEnd();
     }
 
@@ -376,6 +377,17 @@ std::vector<SideSpec> sides()
                     song (10, -20, false, false, false, false), song (10, -20) };
         s.gaps = { 1.0, 3.0, 2.0, 1.5 };
         s.seed = 808;
+        all.push_back (s);
+    }
+
+    {
+        SideSpec s;
+        s.name = "noise -40 dBFS, music -30 dBFS, gaps 1-2 s";
+        s.noiseDb = -40.0;
+        s.songs = { song (14, -30, true), song (14, -30, false, false, true), song (10, -30, false, true),
+                    song (11, -30, false, false, false, false), song (14, -30, true, false, true) };
+        s.gaps = { 1.0, 2.0, 1.5, 1.0 };
+        s.seed = 909;
         all.push_back (s);
     }
 
