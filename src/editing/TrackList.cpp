@@ -17,11 +17,6 @@ TrackList::TrackList (Project* projectToUse)
     showMenu = [] (juce::PopupMenu& menu) { return menu.showMenu (juce::PopupMenu::Options().withMousePosition()); };
     merge = [this] (const juce::File& first, const juce::File& second, const juce::File& output)
     { return mergeFiles (first, second, output, project); };
-    cutIntoSongs = [this] (int row, const juce::SparseSet<int>& selected)
-    {
-        SongCutter cutter (*project);
-        cutter.run (row, selected);
-    };
 }
 
 TrackList::~TrackList()
@@ -351,7 +346,8 @@ void TrackList::deleteSelected (int row)
 
 void TrackList::findSongs (int row)
 {
-    cutIntoSongs (row, getSelectedRows());
+    SongCutter cutter (*project);
+    cutter.run (row, getSelectedRows());
     refresh();
 }
 

@@ -63,10 +63,6 @@ public:
     /** Shows the menu at the mouse and returns the chosen entry, 0 when none. Tests replace it. */
     std::function<int (juce::PopupMenu& menu)> showMenu;
 
-    /** Runs "find the songs..." for the row clicked and the rows selected. Tests replace it to
-        reach the flow's seams. */
-    std::function<void (int row, const juce::SparseSet<int>& selected)> cutIntoSongs;
-
     /** Writes two tracks' files one after the other into a third, behind the merge's progress
         window; true when the merge is to be taken. Tests replace it to hold the worker. */
     std::function<bool (const juce::File& first, const juce::File& second, const juce::File& output)> merge;
