@@ -204,7 +204,7 @@ SongFinder::Analysis SongFinder::analyse() const
     // The music about each frame, on a grid of half seconds.
     const int musicSteps = juce::roundToInt (musicWindowSeconds / stepSeconds);
     const int gridSteps = juce::jmax (1, juce::roundToInt (0.5 / stepSeconds));
-    std::vector<float> musicGrid ((size_t) (n / gridSteps + 1));
+    std::vector<float> musicGrid ((size_t) ((n + gridSteps / 2) / gridSteps + 1));
     for (size_t g = 0; g < musicGrid.size(); ++g)
     {
         const int centre = (int) g * gridSteps;
