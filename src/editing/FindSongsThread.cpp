@@ -35,6 +35,29 @@ FindSongsThread::FindSongsThread (SongSource& sourceToCut, int songsOnTheSide, c
 {
 }
 
+FindSongsThread::FindSongsThread (SongSource& sourceToCut, std::vector<juce::int64> cutsToMake,
+                                  const juce::File& folderForTracks, const Project* projectForTexts)
+    : juce::ThreadWithProgressWindow (TrackStreaming::translate (projectForTexts, "Cutting the tracks..."), true, true,
+                                      workerCancellingTimeOutMs, workerCancelText),
+      cuts (std::move (cutsToMake)),
+      source (sourceToCut),
+      cutsGiven (true),
+      folder (folderForTracks),
+      project (projectForTexts)
+{
+    // Each track keeps at least one frame, and the last one ends where the source does.
+    juce::int64 previous = 0;
+    cuts.erase (std::remove_if (cuts.begin(), cuts.end(),
+                                [&] (juce::int64 cut)
+                                {
+                                    if (cut <= previous || cut >= source.getLengthInFrames())
+                                        return true;
+                                    previous = cut;
+                                    return false;
+                                }),
+                cuts.end());
+}
+
 FindSongsThread::~FindSongsThread()
 {
     stopThread (workerCancellingTimeOutMs);
@@ -168,42 +191,49 @@ void FindSongsThread::deleteParts()
 
 void FindSongsThread::run()
 {
-    const auto progressFrom = [this] (double start)
+    // Looking takes the first half of the bar and writing the second; with the cuts given,
+    // writing is all there is.
+    const double writingStart = cutsGiven ? 0.0 : 0.5;
+    const auto progressFrom = [this, writingStart] (double start)
     {
-        return [this, start] (double share)
+        return [this, start, writingStart] (double share)
         {
-            setProgress (start + 0.5 * share);
+            const double done = start + (1.0 - writingStart) * share;
+            setProgress (done);
             if (onProgress)
-                onProgress (start + 0.5 * share);
+                onProgress (done);
             return ! threadShouldExit();
         };
     };
 
-    showStatus (TrackStreaming::translate (project, "Looking for the songs..."));
-    SongFinder finder (source.getSampleRate());
-
-    switch (listen (source, finder, progressFrom (0.0)))
+    if (! cutsGiven)
     {
-        case Result::done:
-            break;
-        case Result::stopped:
-            outcome = Outcome::cancelled;
-            return;
-        case Result::unreadable:
-        case Result::unwritable:
-            outcome = Outcome::unreadable;
-            return;
-    }
+        showStatus (TrackStreaming::translate (project, "Looking for the songs..."));
+        SongFinder finder (source.getSampleRate());
 
-    const auto found = finder.findCuts (songs);
-    if (! found.has_value())
-    {
-        placesFound = finder.countPlaces();
-        outcome = Outcome::notEnoughPlaces;
-        return;
-    }
+        switch (listen (source, finder, progressFrom (0.0)))
+        {
+            case Result::done:
+                break;
+            case Result::stopped:
+                outcome = Outcome::cancelled;
+                return;
+            case Result::unreadable:
+            case Result::unwritable:
+                outcome = Outcome::unreadable;
+                return;
+        }
 
-    cuts = *found;
+        const auto found = finder.findCuts (songs);
+        if (! found.has_value())
+        {
+            placesFound = finder.countPlaces();
+            outcome = Outcome::notEnoughPlaces;
+            return;
+        }
+
+        cuts = *found;
+    }
 
     // Temporary names beside where the tracks will be, so that putting them in place is a rename.
     for (size_t i = 0; i <= cuts.size(); ++i)
@@ -220,7 +250,7 @@ void FindSongsThread::run()
 
     showStatus (TrackStreaming::translate (project, "Writing the tracks..."));
 
-    switch (writeTracks (source, cuts, parts, progressFrom (0.5)))
+    switch (writeTracks (source, cuts, parts, progressFrom (writingStart)))
     {
         case Result::done:
             outcome = Outcome::done;

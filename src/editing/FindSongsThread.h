@@ -24,6 +24,11 @@ class FindSongsThread : public juce::ThreadWithProgressWindow
 public:
     /** `songs` is the number the user gave, or 0 when the finder decides. */
     FindSongsThread (SongSource& source, int songs, const juce::File& folder, const Project* projectForTexts = nullptr);
+
+    /** Writes the source cut at these frames, as the user marked them: nothing is looked for.
+        Cuts outside the source, or not after the one before, are left out. */
+    FindSongsThread (SongSource& source, std::vector<juce::int64> cutsToMake, const juce::File& folder,
+                     const Project* projectForTexts = nullptr);
     ~FindSongsThread() override;
 
     void run() override;
@@ -75,7 +80,8 @@ private:
     void deleteParts();
 
     SongSource& source;
-    int songs;
+    int songs = 0;
+    bool cutsGiven = false;
     juce::File folder;
     const Project* project;
 

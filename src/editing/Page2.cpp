@@ -116,6 +116,7 @@ Page2::Page2 (Project* projectToUse, juce::ActionListener* listener)
 
     trackList.addMouseListener (this, true);
     positionSlider.addMouseListener (this, true);
+    trackList.onTracksReplaced = [this] { forgetPreview(); };
 }
 
 Page2::~Page2()
@@ -701,6 +702,20 @@ void Page2::deleteReader()
 
     ownedReader.reset();
     reader = nullptr;
+}
+
+void Page2::forgetPreview()
+{
+    if (previewFile.exists())
+        previewFile.deleteFile();
+
+    previewFile = juce::File();
+    sourceFile = juce::File();
+    lastRow = -1;
+    lastResample = false;
+    lastDenoise = -1;
+    lastDeclick = -1;
+    lastNormalize = false;
 }
 
 bool Page2::isPlayingTrack (int row) const

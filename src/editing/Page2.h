@@ -108,6 +108,11 @@ private:
     void makeReader();
     void deleteReader();
 
+    /** The preview copy and the settings it was made from are forgotten: after the list's tracks
+        were replaced, its row or its source file may hold other audio, and an Apply with the same
+        settings would copy a stale preview over a new track. */
+    void forgetPreview();
+
     /** Runs a copy or a move behind its progress window; true when it worked. */
     static bool copyFile (const juce::File& from, const juce::File& to, bool move);
 

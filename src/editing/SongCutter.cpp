@@ -2,6 +2,7 @@
 
 #include "project/Dialogs.h"
 #include "project/Project.h"
+#include "project/SideRecord.h"
 
 namespace
 {
@@ -82,40 +83,66 @@ bool SongCutter::run (int clickedRow, const juce::SparseSet<int>& selectedRows)
     if (! songs.has_value())
         return false;
 
-    // The side the row was captured from, or else the rows themselves, joined.
-    juce::Array<int> rows;
-    juce::Array<juce::File> files;
-    juce::File folder;
+    const auto audio = chooseAudio (clickedRow, selectedRows);
+    return audio.has_value() && cutIntoSongs (*audio, *songs);
+}
 
-    const auto side = findSide (project, clickedRow);
-    if (side.has_value())
+std::optional<SongCutter::Audio> SongCutter::chooseAudio (int clickedRow,
+                                                          const juce::SparseSet<int>& selectedRows) const
+{
+    if (clickedRow < 0 || clickedRow >= project.trackCount())
+        return std::nullopt;
+
+    // The side the row was captured from, or else the rows themselves, joined.
+    Audio audio;
+    audio.side = findSide (project, clickedRow);
+
+    if (audio.side.has_value())
     {
-        for (int row : side->rows)
+        for (int row : audio.side->rows)
             if (row >= 0 && row < project.trackCount())
-                rows.addIfNotAlreadyThere (row);
-        rows.sort();
-        files.add (side->file);
-        folder = side->file.getParentDirectory();
+                audio.rows.addIfNotAlreadyThere (row);
+        audio.rows.sort();
+        audio.files.add (audio.side->file);
+        audio.folder = audio.side->file.getParentDirectory();
     }
     else
     {
         if (selectedRows.contains (clickedRow))
             for (int i = 0; i < selectedRows.size(); ++i)
                 if (selectedRows[i] < project.trackCount())
-                    rows.add (selectedRows[i]);
-        if (rows.isEmpty())
-            rows.add (clickedRow);
-        rows.sort();
+                    audio.rows.add (selectedRows[i]);
+        if (audio.rows.isEmpty())
+            audio.rows.add (clickedRow);
+        audio.rows.sort();
 
-        for (int row : rows)
-            files.add (juce::File (project.trackPath (row)));
-        folder = files.getFirst().getParentDirectory();
+        for (int row : audio.rows)
+            audio.files.add (juce::File (project.trackPath (row)));
+        audio.folder = audio.files.getFirst().getParentDirectory();
     }
 
-    if (rows.isEmpty())
-        rows.add (clickedRow);
+    if (audio.rows.isEmpty())
+        audio.rows.add (clickedRow);
 
-    AudioFilesSource source (files);
+    return audio;
+}
+
+bool SongCutter::cutIntoSongs (const Audio& audio, int songs)
+{
+    return cut (audio, songs, nullptr);
+}
+
+bool SongCutter::cutAt (const Audio& audio, const std::vector<juce::int64>& cutsToMake)
+{
+    return cut (audio, 0, &cutsToMake);
+}
+
+bool SongCutter::cut (const Audio& audio, int songs, const std::vector<juce::int64>* given)
+{
+    cuts.clear();
+    newTracks.clear();
+
+    AudioFilesSource source (audio.files);
     juce::File unreadable;
     if (! source.open (unreadable))
     {
@@ -123,10 +150,11 @@ bool SongCutter::run (int clickedRow, const juce::SparseSet<int>& selectedRows)
         return false;
     }
 
-    FindSongsThread worker (source, *songs, folder, &project);
-    runWorker (worker);
+    auto worker = given != nullptr ? std::make_unique<FindSongsThread> (source, *given, audio.folder, &project)
+                                   : std::make_unique<FindSongsThread> (source, songs, audio.folder, &project);
+    runWorker (*worker);
 
-    switch (worker.outcome)
+    switch (worker->outcome)
     {
         case FindSongsThread::Outcome::cancelled:
             return false;
@@ -135,8 +163,8 @@ bool SongCutter::run (int clickedRow, const juce::SparseSet<int>& selectedRows)
             showMessage (juce::MessageBoxIconType::InfoIcon, translate ("Find the songs"),
                          translate ("There are not enough quiet places between songs to cut the audio into this "
                                     "number of songs.") +
-                             "\n" + translate ("Songs asked for: ") + juce::String (*songs) + "\n" +
-                             translate ("Places to cut: ") + juce::String (worker.placesFound) + "\n" +
+                             "\n" + translate ("Songs asked for: ") + juce::String (songs) + "\n" +
+                             translate ("Places to cut: ") + juce::String (worker->placesFound) + "\n" +
                              translate ("Nothing has been changed."),
                          translate ("ok"));
             return false;
@@ -146,8 +174,8 @@ bool SongCutter::run (int clickedRow, const juce::SparseSet<int>& selectedRows)
             return false;
 
         case FindSongsThread::Outcome::unwritable:
-            showError (translate ("The new tracks could not be written in this folder: ") + folder.getFullPathName() +
-                       "\n" + translate ("Nothing has been changed."));
+            showError (translate ("The new tracks could not be written in this folder: ") +
+                       audio.folder.getFullPathName() + "\n" + translate ("Nothing has been changed."));
             return false;
 
         case FindSongsThread::Outcome::done:
@@ -155,20 +183,44 @@ bool SongCutter::run (int clickedRow, const juce::SparseSet<int>& selectedRows)
     }
 
     // One song in one track: there is nothing to change.
-    if (worker.parts.size() == 1 && rows.size() == 1 && ! side.has_value())
+    if (worker->parts.size() == 1 && audio.rows.size() == 1 && ! audio.side.has_value())
     {
-        for (const auto& part : worker.parts)
+        for (const auto& part : worker->parts)
             part.deleteFile();
-        showMessage (juce::MessageBoxIconType::InfoIcon, translate ("Find the songs"),
-                     translate ("Only one song was found: the track stays as it is."), translate ("ok"));
+        if (given == nullptr)
+            showMessage (juce::MessageBoxIconType::InfoIcon, translate ("Find the songs"),
+                         translate ("Only one song was found: the track stays as it is."), translate ("ok"));
         return false;
     }
 
-    if (! putInPlace (rows, worker.parts, folder))
+    if (! putInPlace (audio.rows, worker->parts, audio.folder))
         return false;
 
-    cuts = worker.cuts;
+    cuts = worker->cuts;
+
+    if (audio.side.has_value())
+        recordTheSide (*audio.side, source.getLengthInFrames());
+
     return true;
+}
+
+void SongCutter::recordTheSide (const CapturedSide& side, juce::int64 sideLength) const
+{
+    auto record = SideRecord::load (side.record);
+    if (! record.has_value())
+        return;
+
+    // The new tracks hold the side from its first frame to its last, one after the other.
+    std::vector<SideRecord::Place> places;
+    juce::int64 first = 0;
+    for (int i = 0; i < newTracks.size(); ++i)
+    {
+        const auto end = i < (int) cuts.size() ? cuts[(size_t) i] : sideLength;
+        places.push_back ({ newTracks[i].getFullPathName(), first, end - first });
+        first = end;
+    }
+
+    record->replacePlaces (std::move (places));
 }
 
 bool SongCutter::putInPlace (const juce::Array<int>& rows, const std::vector<juce::File>& parts,

@@ -20,7 +20,10 @@ class Project;
     file for a side). A name that belongs to another row or to a file that stays is not taken:
     the track gets the first free name "Track<k> (2)", "Track<k> (3)", and so on, and the user is
     told. In a rip project the replaced files are deleted; in an encode project they are the
-    user's own and stay.
+    user's own and stay. After a cut of a side, the side's record holds the new tracks and their
+    places, so that the side is cut again from its start the next time, never from the last cut.
+
+    The side window cuts the same audio at the places the user marked (`cutAt`), the same way.
 
     Nothing changes until every new track is written: a Cancel, a failure, or too few places to
     cut for the number given leave the list and the files as they were.
@@ -30,6 +33,15 @@ class SongCutter
 public:
     explicit SongCutter (Project& project);
 
+    /** The audio a right click on a row cuts, and the rows it replaces. */
+    struct Audio
+    {
+        juce::Array<int> rows;            // the rows replaced, in list order
+        juce::Array<juce::File> files;    // the side file, or the rows' files, joined in this order
+        juce::File folder;                // where the new tracks go
+        std::optional<CapturedSide> side; // the side, when the audio is one
+    };
+
     /** The whole flow for a right click on `clickedRow` with `selectedRows` selected; true when the
         list changed. */
     bool run (int clickedRow, const juce::SparseSet<int>& selectedRows);
@@ -38,6 +50,19 @@ public:
         that the program decides; nothing on a cancel or when the field holds no number from 1 up
         (the user is told). */
     std::optional<int> askForSongs() const;
+
+    /** Which audio a right click on `clickedRow` cuts: the side file of the row, or else the
+        selected rows joined (the clicked row alone when it is not among them). Nothing for a row
+        that is not in the list. */
+    std::optional<Audio> chooseAudio (int clickedRow, const juce::SparseSet<int>& selectedRows) const;
+
+    /** Finds `songs` songs in the audio (0: the finder decides) and puts them in place of its
+        rows; true when the list changed. */
+    bool cutIntoSongs (const Audio& audio, int songs);
+
+    /** Cuts the audio at these frames of it, ascending, each inside it, and puts the tracks in
+        place of its rows, as finding the songs does; true when the list changed. */
+    bool cutAt (const Audio& audio, const std::vector<juce::int64>& cutsToMake);
 
     /** Where a row's side file is looked up; tests put a side in its place. */
     std::function<std::optional<CapturedSide> (const Project&, int row)> findSide = capturedSideOf;
@@ -54,12 +79,20 @@ public:
 private:
     juce::String translate (const juce::String& text) const;
 
+    /** Runs the worker on the audio, with the songs to find or the cuts to make, and puts the
+        tracks in place. */
+    bool cut (const Audio& audio, int songs, const std::vector<juce::int64>* given);
+
     /** The number the new tracks start from: the first replaced row's own, or its place. */
     int firstNumber (int row) const;
 
     /** Renames the temporary files into place and replaces the rows; false, with everything put
         back, when a file could not be moved. */
     bool putInPlace (const juce::Array<int>& rows, const std::vector<juce::File>& parts, const juce::File& folder);
+
+    /** After a cut of a side: the new tracks are its record's places, so that the next cut starts
+        from the side again. */
+    void recordTheSide (const CapturedSide& side, juce::int64 sideLength) const;
 
     Project& project;
     std::vector<juce::int64> cuts;

@@ -1,6 +1,7 @@
 #include "editing/TrackList.h"
 
 #include "editing/MergeThread.h"
+#include "editing/SideWindow.h"
 #include "editing/SleeveTitles.h"
 #include "editing/SongCutter.h"
 #include "encoding/CopyMyFile.h"
@@ -118,6 +119,7 @@ juce::PopupMenu TrackList::makeMenu (const Project* project)
     menu.addItem (deleteTrackEntry, "delete track");
     menu.addItem (findSongsEntry, tr ("find the songs..."));
     menu.addItem (sleeveTitlesEntry, tr ("titles from the sleeve..."));
+    menu.addItem (showSideEntry, tr ("show the side..."));
     return menu;
 }
 
@@ -148,6 +150,9 @@ void TrackList::runMenuEntry (int result, int row)
             break;
         case sleeveTitlesEntry:
             takeTitlesFromSleeve();
+            break;
+        case showSideEntry:
+            showSide (row);
             break;
         default:
             break;
@@ -394,15 +399,27 @@ void TrackList::deleteSelected (int row)
 void TrackList::findSongs (int row)
 {
     SongCutter cutter (*project);
-    cutter.run (row, getSelectedRows());
+    const bool changed = cutter.run (row, getSelectedRows());
     refresh();
+    if (changed && onTracksReplaced)
+        onTracksReplaced();
 }
 
 void TrackList::takeTitlesFromSleeve()
 {
-    SleeveTitles::askAndRename (*project,
-                                [this] (int row, const juce::String& name) { return renameTrack (row, name); });
+    const int renamed = SleeveTitles::askAndRename (*project, [this] (int row, const juce::String& name)
+                                                    { return renameTrack (row, name); });
     refresh();
+    if (renamed > 0 && onTracksReplaced)
+        onTracksReplaced();
+}
+
+void TrackList::showSide (int row)
+{
+    const bool changed = SideWindow::show (*project, row, getSelectedRows(), getTopLevelComponent());
+    refresh();
+    if (changed && onTracksReplaced)
+        onTracksReplaced();
 }
 
 void TrackList::refresh()

@@ -31,7 +31,8 @@ public:
         removeTrackEntry = 7,
         mergeEntry = 8,
         findSongsEntry = 9,
-        sleeveTitlesEntry = 10
+        sleeveTitlesEntry = 10,
+        showSideEntry = 11
     };
 
     int getNumRows() override;
@@ -51,7 +52,8 @@ public:
     juce::String pathForRename (int row, const juce::String& newName) const;
 
     /** The right-click menu, its entries in order: the eight of the list, always in English, then
-        the two that find the songs and take the titles from the sleeve, in the user's language. */
+        the three that find the songs, take the titles from the sleeve and show the side, in the
+        user's language. */
     static juce::PopupMenu makeMenu (const Project* project = nullptr);
 
     /** Does what the menu's entry `result` does for `row`; 0 does nothing. */
@@ -71,6 +73,10 @@ public:
         window; true when the merge is to be taken. Tests replace it to hold the worker. */
     std::function<bool (const juce::File& first, const juce::File& second, const juce::File& output)> merge;
 
+    /** Told after finding the songs, the titles from the sleeve or the side window changed the
+        tracks: the files behind the rows may now hold other audio, or be other files. */
+    std::function<void()> onTracksReplaced;
+
 private:
     /** The window with one text field "newname"; true and the text when the user typed one and
         pressed "ok". */
@@ -84,6 +90,7 @@ private:
     void deleteSelected (int row);
     void findSongs (int row);
     void takeTitlesFromSleeve();
+    void showSide (int row);
 
     /** A Ctrl click that opens the menu has just had the list flip the row's selection: the
         selection goes back to what it was, so that the menu acts on what the user had chosen. */

@@ -471,7 +471,7 @@ TEST_F (FindTheSongs, theSideFileIsCutAgainFromItsStartWithAnotherNumber)
     {
         if (! sideRows.contains (row))
             return std::nullopt;
-        return CapturedSide{ sideFile, sideRows };
+        return CapturedSide{ sideFile, sideRows, {}, {} };
     };
 
     SongCutter first (*project);
@@ -612,6 +612,7 @@ TEST (FindTheSongsTexts, theNewEntriesAndTheBoxSpeakTheUsersLanguageWhileTheList
     ASSERT_TRUE (file.replaceWithText ("language: Test\n\n"
                                        "\"find the songs...\" = \"trouver les morceaux...\"\n"
                                        "\"titles from the sleeve...\" = \"titres de la pochette...\"\n"
+                                       "\"show the side...\" = \"montrer la face...\"\n"
                                        "\"rename track\" = \"never shown\"\n"
                                        "\"Find the songs\" = \"Trouver les morceaux\"\n"
                                        "\"Number of songs:\" = \"Nombre de morceaux :\"\n"
@@ -628,10 +629,12 @@ TEST (FindTheSongsTexts, theNewEntriesAndTheBoxSpeakTheUsersLanguageWhileTheList
         const auto menu = TrackList::makeMenu (&project);
         auto copy = menu;
         const auto entries = entriesOf (copy);
-        ASSERT_EQ (entries.size(), 10u);
+        ASSERT_EQ (entries.size(), 11u);
         EXPECT_EQ (entries[0].text, "rename track");
         EXPECT_EQ (entries[8].text, "trouver les morceaux...");
         EXPECT_EQ (entries[9].text, "titres de la pochette...");
+        EXPECT_EQ (entries[10].text, "montrer la face...");
+        EXPECT_EQ (entries[10].result, (int) TrackList::showSideEntry);
 
         SongCutter cutter (project);
         dialogs.answer ("annuler");

@@ -1,15 +1,20 @@
 // Sides as hard as real records: where the song finder cuts them, with the number of songs and
 // without it, and where the capture's own silence rule cuts them at the threshold that Calibrate
-// gives over the quiet groove. Each test prints its rows of the table:
+// gives over the quiet groove. "find the songs..." runs as the track list runs it on the side file
+// that the capture kept, and the finder also hears the side's audio itself and the captured rows
+// joined. Each test prints its rows of the table:
 //   side | way | songs | tracks | cuts inside a song | boundaries missed | songs with audio lost
 // A cut is at a boundary when it lies between two songs' audible sound, or within a second of
 // it; a song keeps its audio when all of its audible sound is in one track. Audible sound is
 // where the song stands less than 20 dB under the surface noise.
 #include "capture/Audio.h"
 #include "capture/AudioCallback.h"
+#include "capture/SideWriter.h"
 #include "capture/TrackWriter.h"
+#include "editing/SongCutter.h"
 #include "editing/SongFinder.h"
 #include "project/Project.h"
+#include "project/SideRecord.h"
 #include "support/FakeAudioDevice.h"
 #include "support/FakeDialogs.h"
 #include "support/TestHelpers.h"
@@ -142,6 +147,7 @@ public:
             const int beforeCount = writer != nullptr ? writer->getSamplesWritten() : 0;
 
             feed (side.left.data() + i, side.right.data() + i);
+            keepUpWithTheSide();
 
             writer = TrackWriter::getInstance ({}, -1, 0);
             if (writer != nullptr && writer->getSamplesWritten() > 0 &&
@@ -204,9 +210,10 @@ public:
         for (const auto& block : written)
             finder.addBlock (side.left.data() + block.sideFrame, side.right.data() + block.sideFrame, blockSize);
 
+        // Refused: the rows stay as the capture cut them.
         const auto found = finder.findCuts (songs);
         if (! found.has_value())
-            return { (int) side.audible.size(), 0, 0, (int) side.audible.size() - 1, 0 };
+            return judgeTracks (side);
 
         const auto sideFrame = [&] (juce::int64 joined)
         {
@@ -243,6 +250,54 @@ public:
                       });
     }
 
+    /** "find the songs..." on the first captured row, as the track list runs it: the capture's
+        side file is cut again, and its new tracks laid over the side. `songs` 0 leaves the box's
+        field empty. A song the side file does not hold to its end (a run that the silence rule
+        ended early) is a song with audio lost. */
+    Tally findOnTheSideFile (const Side& side, int songs)
+    {
+        // Refused: the rows stay as the capture cut them (asked first, before any other cut).
+        const auto nothing = judgeTracks (side);
+        const auto record = project->trackCount() > 0 ? SideRecord::findFor (project->trackPath (0)) : std::nullopt;
+        if (! record.has_value())
+        {
+            ADD_FAILURE() << "no side for " << project->trackPath (0) << " of " << project->trackCount();
+            return nothing;
+        }
+
+        SongCutter cutter (*project);
+        dialogs.answer ("ok", { songs > 0 ? juce::String (songs) : juce::String() });
+        const auto seen = dialogs.alerts().size();
+        if (! cutter.run (0, {}))
+        {
+            // Said to the user; the test judges the counts.
+            for (auto i = seen; i < dialogs.alerts().size(); ++i)
+                std::printf ("  (%s: %s)\n", dialogs.alerts()[i].title.toRawUTF8(),
+                             dialogs.alerts()[i].message.replaceCharacter ('\n', ' ').toRawUTF8());
+            return nothing;
+        }
+
+        const auto heard = SideRecord::load (record->getRecordFile())->getSideSamples();
+        const auto& cuts = cutter.getCuts();
+        return judge (side, cuts, (int) cuts.size() + 1,
+                      [&] (size_t s)
+                      {
+                          if (side.audible[s].end > heard)
+                              return false;
+                          for (const auto cut : cuts)
+                              if (cut > side.audible[s].start && cut < side.audible[s].end)
+                                  return false;
+                          return true;
+                      });
+    }
+
+    /** The samples the side file holds: what the run heard before it ended. */
+    juce::int64 sideSamples() const
+    {
+        const auto record = project->trackCount() > 0 ? SideRecord::findFor (project->trackPath (0)) : std::nullopt;
+        return record.has_value() && record->isWhole() ? record->getSideSamples() : 0;
+    }
+
     int threshold = 0;
 
 private:
@@ -253,6 +308,15 @@ private:
     void feed (const float* left, const float* right)
     {
         device->deliver ({ const_cast<float*> (left), const_cast<float*> (right) }, { out[0], out[1] }, blockSize);
+    }
+
+    /** A device gives a block at a time in real time, so the side's writer keeps up with it; fed
+        faster, the side must be let catch up now and then or it loses audio. */
+    void keepUpWithTheSide()
+    {
+        if (const auto* sideWriter = audio->getSideWriter())
+            while (sideWriter->getSamplesWaiting() > SideWriter::fifoSeconds * 44100 / 4 && ! sideWriter->hasFailed())
+                juce::Thread::sleep (2);
     }
 
     void waitForEnd()
@@ -421,14 +485,21 @@ TEST_P (SongSides, theSongsAreFoundWithTheirNumberAndWithoutIt)
     const auto withNumber = findOnTheSide (side, finder, songs);
     const auto without = findOnTheSide (side, finder, 0);
 
-    const CaptureOfASide capture (spec, side);
+    CaptureOfASide capture (spec, side);
     const auto before = capture.judgeTracks (side);
     const auto joinedWithNumber = capture.findOnTheTracks (side, songs);
     const auto joinedWithout = capture.findOnTheTracks (side, 0);
 
+    // The program's own flow on the side file the capture kept, with the number and then without
+    // it: each cut starts from the side again.
+    const auto sideFileWithNumber = capture.findOnTheSideFile (side, songs);
+    const auto sideFileWithout = capture.findOnTheSideFile (side, 0);
+
     printRow (spec.name, "capture's silence rule, threshold " + juce::String (capture.threshold), before);
-    printRow (spec.name, "side file, with the number", withNumber);
-    printRow (spec.name, "side file, without it", without);
+    printRow (spec.name, "captured side file, with the number", sideFileWithNumber);
+    printRow (spec.name, "captured side file, without it", sideFileWithout);
+    printRow (spec.name, "the side's audio, with the number", withNumber);
+    printRow (spec.name, "the side's audio, without it", without);
     printRow (spec.name, "captured rows joined, with the number", joinedWithNumber);
     printRow (spec.name, "captured rows joined, without it", joinedWithout);
 
@@ -441,6 +512,32 @@ TEST_P (SongSides, theSongsAreFoundWithTheirNumberAndWithoutIt)
     // Without it: at most one mistake on the side.
     EXPECT_LE (without.wrongCuts + without.missed, 1);
     EXPECT_LE (without.lost, without.wrongCuts);
+
+    // The same from the side file of the capture, where it holds the whole side. A run that the
+    // silence rule ended early (music that never rose above the threshold for longer than the end
+    // of stream) has only what it heard: the songs after that are lost to both ways, and what the
+    // side holds is cut without a song lost.
+    const auto held = capture.sideSamples();
+    ASSERT_GT (held, 0) << "the side file is whole";
+    const auto songsHeld = (int) std::count_if (side.audible.begin(), side.audible.end(),
+                                                [&] (const Span& song) { return song.end <= held; });
+    if (songsHeld == songs)
+    {
+        EXPECT_EQ (sideFileWithNumber.tracks, songs);
+        EXPECT_EQ (sideFileWithNumber.wrongCuts, 0);
+        EXPECT_EQ (sideFileWithNumber.missed, 0);
+        EXPECT_EQ (sideFileWithNumber.lost, 0);
+        EXPECT_LE (sideFileWithout.wrongCuts + sideFileWithout.missed, 1);
+        EXPECT_LE (sideFileWithout.lost, sideFileWithout.wrongCuts);
+    }
+    else
+    {
+        std::printf ("  (the capture's run ended after %d of %d songs: the side file holds %.1f s of %.1f s)\n",
+                     songsHeld, songs, (double) held / side.rate, (double) side.frames() / side.rate);
+        EXPECT_GE (before.lost, songs - songsHeld);
+        EXPECT_LE (sideFileWithout.lost, songs - songsHeld + sideFileWithout.wrongCuts);
+        EXPECT_EQ (sideFileWithout.wrongCuts, 0);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P (Records, SongSides, ::testing::ValuesIn (sides()), testName);

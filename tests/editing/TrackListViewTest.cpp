@@ -207,7 +207,7 @@ TEST_F (ThreeTracks, theCurrentRowIsTheHighlightedOneWhetherAClickOrTheKeysChose
     EXPECT_TRUE (dialogs.alerts().empty());
 }
 
-TEST_F (ThreeTracks, aRightClickOpensTheMenuWithItsEightEntriesInOrderThenTheTwoForSongsAndTitles)
+TEST_F (ThreeTracks, aRightClickOpensTheMenuWithItsEightEntriesInOrderThenTheThreeForSongsTitlesAndTheSide)
 {
     chooseFromMenu (1, 0);
 
@@ -218,6 +218,7 @@ TEST_F (ThreeTracks, aRightClickOpensTheMenuWithItsEightEntriesInOrderThenTheTwo
         { 6, "set genre" },         { 8, "merge track with next one" },
         { 7, "remove track" },      { 2, "delete track" },
         { 9, "find the songs..." }, { 10, "titles from the sleeve..." },
+        { 11, "show the side..." },
     };
     ASSERT_EQ (menus[0].size(), wanted.size());
     for (size_t i = 0; i < wanted.size(); ++i)

@@ -128,8 +128,13 @@ bool FakeDialogs::chooseFiles (const FileRequest& request, juce::Array<juce::Fil
 void FakeDialogs::runDialog (const juce::String& title, juce::Component& content, juce::Component*,
                              juce::Colour background)
 {
-    const std::lock_guard<std::mutex> guard (mutex);
-    recordedDialogs.push_back ({ title, &content, content.getBounds(), content.isVisible(), background });
+    {
+        const std::lock_guard<std::mutex> guard (mutex);
+        recordedDialogs.push_back ({ title, &content, content.getBounds(), content.isVisible(), background });
+    }
+
+    if (onDialog)
+        onDialog (content);
 }
 
 void FakeDialogs::openUrl (const juce::URL& url)

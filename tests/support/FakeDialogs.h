@@ -83,6 +83,10 @@ public:
     /** Called after each alert is recorded, on the caller's thread. */
     std::function<void (const Alert&)> onAlert;
 
+    /** Called while a dialog with a component of its own "shows", after it is recorded: the test
+        acts on the content as the user would in the modal window. */
+    std::function<void (juce::Component& content)> onDialog;
+
 private:
     struct ScriptedAnswer
     {

@@ -6,6 +6,10 @@
 // back exactly.
 #include <cmath>
 #include <cstdint>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -19,14 +23,16 @@ struct Segment
         silence,
         tone,
         noise,
-        clicks
+        clicks,
+        pcm
     };
 
     Kind kind = Kind::silence;
-    double leftFrequency = 0, rightFrequency = 0; // tones
-    std::int64_t clickSpacing = 0;                // clicks: one click every this many frames
-    double amplitude = 0;                         // the right channel of a tone is at 0.8 times
-    std::uint64_t seed = 0;                       // noise
+    double leftFrequency = 0, rightFrequency = 0;       // tones
+    std::int64_t clickSpacing = 0;                      // clicks: one click every this many frames
+    double amplitude = 0;                               // the right channel of a tone is at 0.8 times
+    std::uint64_t seed = 0;                             // noise
+    std::shared_ptr<std::vector<std::int16_t>> samples; // pcm: left and right in turn
     std::int64_t start = 0, frames = 0;
 };
 
@@ -36,7 +42,9 @@ public:
     /** Segments separated by commas: "silence:FRAMES", "tone:LEFT_HZ:RIGHT_HZ:AMPLITUDE:FRAMES",
         "noise:AMPLITUDE:SEED:FRAMES", and "clicks:HZ:AMPLITUDE:SPACING:FRAMES", a quiet tone on
         both channels with a click of three samples in the middle of every SPACING frames, as a
-        worn record gives them. */
+        worn record gives them, and "pcm:PATH", the samples of a file of 16-bit stereo frames (left
+        and right in turn, little-endian), as the tests write a side of their generator into one;
+        the path holds no comma and no colon. */
     Record (const std::string& description, double sampleRate)
         : rate (sampleRate)
     {
@@ -72,6 +80,22 @@ public:
                 segment.clickSpacing = std::stoll (fields[3]);
                 segment.frames = std::stoll (fields[4]);
                 if (segment.clickSpacing < 4)
+                {
+                    valid = false;
+                    continue;
+                }
+            }
+            else if (fields.size() == 2 && fields[0] == "pcm")
+            {
+                segment.kind = Segment::Kind::pcm;
+                std::ifstream file (fields[1], std::ios::binary);
+                const std::vector<char> bytes ((std::istreambuf_iterator<char> (file)),
+                                               std::istreambuf_iterator<char>());
+                segment.samples = std::make_shared<std::vector<std::int16_t>> (bytes.size() / 4 * 2);
+                if (! segment.samples->empty())
+                    std::memcpy (segment.samples->data(), bytes.data(), segment.samples->size() * 2);
+                segment.frames = static_cast<std::int64_t> (segment.samples->size() / 2);
+                if (segment.frames == 0)
                 {
                     valid = false;
                     continue;
@@ -136,6 +160,11 @@ public:
                 else if (inSpacing == 2)
                     value += 0.5;
                 left[i] = right[i] = quantise (value);
+            }
+            else if (segment.kind == Segment::Kind::pcm)
+            {
+                left[i] = static_cast<float> ((*segment.samples)[2 * static_cast<size_t> (offset)] / 32767.0);
+                right[i] = static_cast<float> ((*segment.samples)[2 * static_cast<size_t> (offset) + 1] / 32767.0);
             }
             else if (segment.kind == Segment::Kind::noise)
             {

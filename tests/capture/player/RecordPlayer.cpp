@@ -5,7 +5,8 @@
 //   groovesmith_record_player --record DESCRIPTION [--freewheel] [--cycle-sleep-us N]
 //       finds the ports that listen to the server's capture ports, feeds them the record from
 //       the start of a cycle on instead of the capture ports, gives them back to the capture
-//       ports and exits once it has played it.
+//       ports and exits once it has played it. The description's segments are those of
+//       Record.h, "pcm:PATH" among them for a side made by the tests' generator of sides.
 //       With --freewheel the server runs as fast as the clients allow; the sleep in each cycle
 //       keeps the cycles a little apart.
 //       --stall-every FRAMES --stall-ms MS: in real time, the cycle that passes each multiple of
