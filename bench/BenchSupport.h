@@ -20,7 +20,12 @@ inline void runAsApplication()
 inline juce::File benchFolder()
 {
     if (const char* home = std::getenv ("GROOVESMITH_BENCH_HOME"))
-        return juce::File (home);
+    {
+        // A folder named for keeping the generated audio between runs may not exist yet.
+        const juce::File kept (home);
+        kept.createDirectory();
+        return kept;
+    }
 
     static const juce::File folder = []
     {
