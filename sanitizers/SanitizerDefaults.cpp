@@ -8,6 +8,7 @@
 #endif
 
 #include <dlfcn.h>
+#include <string>
 
 namespace
 {
@@ -23,6 +24,25 @@ __attribute__ ((constructor)) void keepTheXLibrariesLoaded()
                                          "libXinerama.so.1", "libXrender.so.1", "libXrandr.so.2" };
     for (const char* name : names)
         dlopen (name, RTLD_LAZY | RTLD_LOCAL | RTLD_NODELETE);
+}
+
+/** The same for ALSA's PipeWire plugin, which ALSA loads for its `default` device on a desktop and
+    unloads when the device closes, leaving what PipeWire's own start-up keeps for the process.
+    The plugin lies in the "alsa-lib" folder beside the ALSA library the program is linked with;
+    where it is not installed, nothing is loaded. */
+__attribute__ ((constructor)) void keepAlsasPipeWirePluginLoaded()
+{
+    Dl_info alsa{};
+    const auto open = dlsym (RTLD_DEFAULT, "snd_pcm_open");
+    if (open == nullptr || dladdr (open, &alsa) == 0 || alsa.dli_fname == nullptr)
+        return;
+
+    std::string plugin (alsa.dli_fname);
+    const auto slash = plugin.rfind ('/');
+    if (slash == std::string::npos)
+        return;
+    plugin = plugin.substr (0, slash) + "/alsa-lib/libasound_module_pcm_pipewire.so";
+    dlopen (plugin.c_str(), RTLD_LAZY | RTLD_LOCAL | RTLD_NODELETE);
 }
 } // namespace
 
