@@ -6,6 +6,7 @@
 #include "encoding/WavConvertor.h"
 #include "project/Dialogs.h"
 #include "project/Project.h"
+#include "project/SideRecord.h"
 
 #include <algorithm>
 
@@ -228,8 +229,18 @@ void EncodeRun::cleanUp()
 
     if (project.projectType == ripProject && project.outputFormat != formatWav)
     {
+        // The side files of the captures go with the tracks.
         project.deleteAllTracks (false);
         return;
+    }
+
+    // The tracks themselves became the album: the sides they were cut from are done with too.
+    if (project.projectType == ripProject)
+    {
+        juce::StringArray paths;
+        for (int i = 0; i < project.trackCount(); ++i)
+            paths.add (project.trackPath (i));
+        SideRecord::deleteSidesOf (paths);
     }
 
     for (auto it = temporaries.rbegin(); it != temporaries.rend(); ++it)

@@ -1,5 +1,6 @@
 #include "capture/Audio.h"
 
+#include "capture/SideWriter.h"
 #include "capture/TrackFileSync.h"
 #include "capture/TrackWriter.h"
 #include "project/Project.h"
@@ -84,6 +85,9 @@ Audio::~Audio()
         callback->getEndOfStreamWithdrawal().withdraw();
         project->removeAudioCallback (callback.get());
     }
+
+    // No block comes any more: a side still open is finished.
+    endSide();
 }
 
 void Audio::withAudioThreadReleased (const std::function<void()>& action)
@@ -186,6 +190,10 @@ bool Audio::start (bool shouldWriteToDisk)
 
     project->firstTrackPending = 1;
 
+    // A capture that carries on keeps its side.
+    if (shouldWriteToDisk && side == nullptr)
+        beginSide (rate);
+
     if (callback == nullptr)
         callback = std::make_unique<AudioCallback> (status.get(), rate);
 
@@ -224,12 +232,15 @@ void Audio::stop()
     {
         project->lastWrittenTrack = writer->getTrackNumber();
         project->addTrack (writer->getFileName(), formatWav);
+        if (side != nullptr)
+            side->trackClosed (writer->getFileName(), writer->getSamplesWritten());
         writer->close();
 
         // The last file, finished, goes onto the disk.
         TrackFileSync::syncOnce (writer->getFileName());
     }
 
+    endSide();
     sendActionMessage (eventEnd);
     started = false;
 
@@ -242,22 +253,49 @@ void Audio::stop()
     }
 }
 
+void Audio::beginSide (int sampleRate)
+{
+    // k counts the capture runs since the last new capture; a side already on the disk keeps its
+    // number, and the run takes the next free one.
+    side = std::make_unique<SideWriter> (juce::File (project->captureFolder), project->captureRuns + 1, sampleRate);
+    project->captureRuns = side->getNumber();
+    status->side = side->isOpen() ? side.get() : nullptr;
+}
+
+void Audio::endSide()
+{
+    status->side = nullptr;
+    if (side != nullptr)
+    {
+        side->end();
+        side.reset();
+    }
+}
+
 void Audio::run()
 {
     // While a capture writes, its file is forced onto the disk now and then, here rather than on
-    // the audio thread, so that a loss of power keeps about what a kill would keep.
+    // the audio thread, so that a loss of power keeps about what a kill would keep. When the
+    // writing pauses, the end of the track waiting in the writer's buffer goes to the disk first.
     TrackFileSync fileSync;
     int polls = 0;
 
     while (status->phase == CaptureStatus::running && ! threadShouldExit())
     {
         wakeUp.wait (pollMilliseconds);
-        if (writeToDisk && ++polls % pollsBetweenSyncs == 0)
+        if (! writeToDisk)
+            continue;
+
+        const bool committed = TrackWriter::commitIfPaused();
+        if (committed || ++polls % pollsBetweenSyncs == 0)
             fileSync.sync (TrackWriter::fileBeingWritten());
     }
 
     if (writeToDisk)
+    {
+        TrackWriter::commitIfPaused();
         fileSync.sync (TrackWriter::fileBeingWritten());
+    }
     fileSync.release();
 
     if (threadShouldExit())

@@ -9,12 +9,14 @@
 #include <memory>
 
 class Project;
+class SideWriter;
 
 /**
     The control object of the capture engine. `start` attaches the audio callback to the
     device that `Project` opened; `stop` detaches it, closes the last file and puts it in the
-    track list. The object's own thread only waits for the callback to ask for the end of a run
-    and then stops it from outside the callback.
+    track list. The object's own thread waits for the callback to ask for the end of a run and
+    then stops it from outside the callback; meanwhile it sends the end of a track whose writing
+    has paused to the disk. A capture also keeps the whole side (SideWriter).
 
     Listeners receive the capture events, on the message thread and in order: "STARTED",
     "TRACK", "TRACK TIME " followed by the samples already in the current file, "STALED",
@@ -61,6 +63,9 @@ public:
     /** The audio callback, made by the first run. */
     AudioCallback* getCallback() const { return callback.get(); }
 
+    /** The side file of the capture in progress, or null. */
+    SideWriter* getSideWriter() const { return side.get(); }
+
     static constexpr const char* eventStarted = "STARTED";
     static constexpr const char* eventTrack = "TRACK";
     static constexpr const char* eventTrackTime = "TRACK TIME ";
@@ -75,9 +80,16 @@ private:
     bool writeToDisk = false;
     std::unique_ptr<AudioCallback> callback;
     std::unique_ptr<CaptureStatus> status;
+    std::unique_ptr<SideWriter> side;
     bool started = false;
     juce::CriticalSection stopLock; // the page and the thread may both end a run
     juce::WaitableEvent wakeUp;     // cuts the thread's waits short when it has to go
+
+    /** A capture keeps the whole side: its file is made before the run's first block. */
+    void beginSide (int sampleRate);
+
+    /** The side's last track has its place: the side is finished and let go. */
+    void endSide();
 
     /** Closes the device that a driver error left, on the message thread. */
     void closeDeviceAfterError();

@@ -2,6 +2,7 @@
 
 #include "capture/Audio.h"
 #include "capture/DropoutLog.h"
+#include "capture/SideWriter.h"
 #include "capture/TrackWriter.h"
 #include "project/Dialogs.h"
 #include "project/Project.h"
@@ -281,6 +282,12 @@ void AudioCallback::audioDeviceIOCallback (const float* const* inputs, int numIn
         return;
     }
 
+    // The whole side: every block of the run, as the tracks have it, handed over to its own
+    // writer whatever the silence rule makes of it.
+    auto* side = status->side;
+    if (side != nullptr)
+        side->push (channels[0], channels[1], numSamples);
+
     auto* writer = TrackWriter::getInstance (project->captureFolder, -1, sampleRate);
     if (writer == nullptr)
         return;
@@ -315,6 +322,8 @@ void AudioCallback::audioDeviceIOCallback (const float* const* inputs, int numIn
                 // write opens the next number.
                 if (writer->getFileName().isNotEmpty())
                 {
+                    if (side != nullptr)
+                        side->trackClosed (writer->getFileName(), writer->getSamplesWritten());
                     writer->advance (1);
                     project->addTrack (writer->getFileName(), formatWav);
                 }
@@ -338,6 +347,8 @@ void AudioCallback::audioDeviceIOCallback (const float* const* inputs, int numIn
     // Next Track from the page cuts the track by hand.
     if (project->takeNextTrackRequested() && writer->getFileName().isNotEmpty())
     {
+        if (side != nullptr)
+            side->trackClosed (writer->getFileName(), writer->getSamplesWritten());
         writer->advance (1);
         project->addTrack (writer->getFileName(), formatWav);
         broadcast (Audio::eventTrack);
@@ -350,12 +361,19 @@ void AudioCallback::audioDeviceIOCallback (const float* const* inputs, int numIn
                        static_cast<double> (static_cast<float> (writer->getSamplesWritten())));
         broadcast (juce::String (Audio::eventTrackTime) + juce::String (samples));
         writer->write (channels, numSamples);
+
+        // A file that this block began: the track's place in the side starts here.
+        if (side != nullptr && writer->getSamplesWritten() == numSamples)
+            side->trackFileBegan();
     }
     else if (status->inTrack)
     {
         broadcast (Audio::eventStaled);
         status->trackBlocks = 0;
         status->inTrack = false;
+
+        // The track waits in a gap: its end goes to the disk now, from another thread.
+        TrackWriter::writingPaused();
     }
 
     if (status->silentBlocks > status->stopSilenceBlocks)
@@ -367,6 +385,9 @@ void AudioCallback::endOfStream()
     auto* project = status->project;
     stopped = true;
     status->silentBlocks = 0;
+
+    // Nothing more is written while the box waits.
+    TrackWriter::writingPaused();
 
     // Shown from the audio thread, which waits here until the user has answered, or until the
     // message thread takes the box back because it has to wait for this thread.

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 class Project;
+class SideWriter;
 
 /**
     The state of one capture run, shared by the capture's control object and its audio
@@ -26,4 +27,5 @@ struct CaptureStatus
     int32_t soundSamples = 0;      // samples of all sound blocks of the run
     bool inTrack = false;          // sound was heard and the track has not been ended by silence
     int32_t trackBlocks = 0;       // sound blocks of the current track
+    SideWriter* side = nullptr;    // the run's side file, while a capture that writes runs
 };

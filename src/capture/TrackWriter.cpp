@@ -3,6 +3,8 @@
 #include "capture/DropoutLog.h"
 #include "project/Int16Samples.h"
 
+#include <atomic>
+
 namespace
 {
 std::unique_ptr<TrackWriter>& instance()
@@ -21,6 +23,21 @@ TrackWriter::OpenFile openFileNow;
 
 // At the latest, what waits in the buffer goes to the disk after this share of a second.
 constexpr int commitsPerSecond = 2;
+
+// The writer's file is shared by the audio thread, the thread that commits it when the writing
+// pauses, and the message thread: one at a time. It also keeps the writer from going while it is
+// being committed.
+juce::CriticalSection& fileLock()
+{
+    static juce::CriticalSection lock;
+    return lock;
+}
+
+// The audio thread said that the writing pauses.
+std::atomic<bool> pauseSaid{ false };
+
+// The writes seen by the last look for a pause.
+int writesAtLastLook = -1;
 } // namespace
 
 TrackWriter::OpenFile TrackWriter::fileBeingWritten()
@@ -38,20 +55,51 @@ TrackWriter* TrackWriter::getInstance (const juce::String& folder, int trackNumb
         if (folder.isEmpty() || folder == current->folder)
             return current.get();
 
+        const juce::ScopedLock sl (fileLock());
         current.reset();
         current.reset (new TrackWriter (folder, trackNumber, sampleRate));
         return current.get();
     }
 
     if (sampleRate != 0)
+    {
+        const juce::ScopedLock sl (fileLock());
         current.reset (new TrackWriter (folder, trackNumber, sampleRate));
+    }
 
     return current.get();
 }
 
 void TrackWriter::deleteInstance()
 {
+    const juce::ScopedLock sl (fileLock());
     instance().reset();
+}
+
+void TrackWriter::writingPaused()
+{
+    pauseSaid.store (true);
+}
+
+bool TrackWriter::commitIfPaused()
+{
+    const juce::ScopedLock sl (fileLock());
+
+    auto* current = instance().get();
+    const bool said = pauseSaid.exchange (false);
+    if (current == nullptr || current->writer == nullptr || current->framesWaiting == 0)
+    {
+        writesAtLastLook = current != nullptr ? current->writes : -1;
+        return false;
+    }
+
+    const bool paused = said || current->writes == writesAtLastLook;
+    writesAtLastLook = current->writes;
+    if (! paused)
+        return false;
+
+    current->commit();
+    return true;
 }
 
 TrackWriter::TrackWriter (const juce::String& folderToUse, int firstTrackNumber, int rate)
@@ -63,7 +111,7 @@ TrackWriter::TrackWriter (const juce::String& folderToUse, int firstTrackNumber,
 
 TrackWriter::~TrackWriter()
 {
-    close();
+    closeFile();
 }
 
 int TrackWriter::advance (int by)
@@ -73,6 +121,12 @@ int TrackWriter::advance (int by)
 }
 
 void TrackWriter::close()
+{
+    const juce::ScopedLock sl (fileLock());
+    closeFile();
+}
+
+void TrackWriter::closeFile()
 {
     // Deleting the writer completes the WAV header and closes its stream.
     writer.reset();
@@ -112,9 +166,12 @@ bool TrackWriter::write (const float* const* channels, int numSamples)
     }
     const int* samples[3] = { left32.get(), right32.get(), nullptr };
 
+    const juce::ScopedLock sl (fileLock());
+    ++writes;
+
     if (writer == nullptr || lastWriteTrackNumber != trackNumber)
     {
-        close();
+        closeFile();
         writer = openFile();
         lastWriteTrackNumber = trackNumber;
     }

@@ -12,7 +12,13 @@
     A killed program must leave a file that a player reads: the header of a new file goes to the
     disk at once, and whenever the stream's buffer goes to the disk (when it is full, and at the
     latest every half second) a header that covers it follows. What is on the disk is thus always
-    a whole WAV file, short of at most the buffer.
+    a whole WAV file, short of at most the buffer. When the writing pauses (the track waits in a
+    gap, the run waits for the "End Capture" answer, the device stops), another thread sends the
+    buffer to the disk with its header (`commitIfPaused`), so that nothing waits in it for long.
+
+    The audio thread, the thread that commits a paused file and the message thread (which closes
+    the file at the end of a run) take turns on the file through one lock; the audio thread finds
+    it taken only in the moment that a paused file is being committed.
 */
 class TrackWriter
 {
@@ -66,6 +72,15 @@ public:
     /** Audio that waits in the stream's buffer for the disk, in sample frames. */
     int getFramesWaiting() const { return framesWaiting; }
 
+    /** The audio thread has stopped writing for now: the track waits for sound, or the run for
+        its end. The next `commitIfPaused` sends what waits to the disk. Audio thread. */
+    static void writingPaused();
+
+    /** When the file being written has audio waiting in the buffer and the writing has paused
+        (said so, or no write came since the last call), sends it to the disk with its header.
+        True when it did. Any thread but the audio thread. */
+    static bool commitIfPaused();
+
 private:
     TrackWriter (const juce::String& folder, int trackNumber, int sampleRate);
 
@@ -74,6 +89,8 @@ private:
 
     /** Sends what waits in the stream's buffer to the disk, followed by a header that covers it. */
     void commit();
+
+    void closeFile();
 
     int trackNumber = 1;
     int openTrackNumber = -1;
@@ -87,6 +104,7 @@ private:
     int samplesWritten = 0;
     int bytesWaiting = 0;  // audio bytes in the stream's buffer, not yet on the disk
     int framesWaiting = 0; // the same, in sample frames
+    int writes = 0;        // blocks written, so that a pause shows as none since the last look
 
     JUCE_DECLARE_NON_COPYABLE (TrackWriter)
 };

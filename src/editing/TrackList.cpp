@@ -1,6 +1,8 @@
 #include "editing/TrackList.h"
 
 #include "editing/MergeThread.h"
+#include "editing/SleeveTitles.h"
+#include "editing/SongCutter.h"
 #include "encoding/CopyMyFile.h"
 #include "project/Dialogs.h"
 #include "project/Project.h"
@@ -61,7 +63,7 @@ void TrackList::listBoxItemClicked (int row, const juce::MouseEvent& e)
         if (e.mods.isLeftButtonDown() && e.mods.isCommandDown())
             undoSelectionFlip (row);
 
-        auto menu = makeMenu();
+        auto menu = makeMenu (project);
         runMenuEntry (showMenu (menu), row);
     }
     else if (e.mods.isLeftButtonDown() && e.getNumberOfClicks() == 2)
@@ -101,8 +103,10 @@ void TrackList::undoSelectionFlip (int row)
         lastSelected = getLastRowSelected();
 }
 
-juce::PopupMenu TrackList::makeMenu()
+juce::PopupMenu TrackList::makeMenu (const Project* project)
 {
+    const auto tr = [project] (const char* text) { return project != nullptr ? project->translate (text) : text; };
+
     juce::PopupMenu menu;
     menu.addItem (renameTrackEntry, "rename track");
     menu.addItem (renameArtistEntry, "rename artist");
@@ -112,6 +116,8 @@ juce::PopupMenu TrackList::makeMenu()
     menu.addItem (mergeEntry, "merge track with next one");
     menu.addItem (removeTrackEntry, "remove track");
     menu.addItem (deleteTrackEntry, "delete track");
+    menu.addItem (findSongsEntry, tr ("find the songs..."));
+    menu.addItem (sleeveTitlesEntry, tr ("titles from the sleeve..."));
     return menu;
 }
 
@@ -136,6 +142,12 @@ void TrackList::runMenuEntry (int result, int row)
             break;
         case deleteTrackEntry:
             deleteSelected (row);
+            break;
+        case findSongsEntry:
+            findSongs (row);
+            break;
+        case sleeveTitlesEntry:
+            takeTitlesFromSleeve();
             break;
         default:
             break;
@@ -376,6 +388,20 @@ void TrackList::deleteSelected (int row)
         project->deleteTracks (selected, true);
     }
 
+    refresh();
+}
+
+void TrackList::findSongs (int row)
+{
+    SongCutter cutter (*project);
+    cutter.run (row, getSelectedRows());
+    refresh();
+}
+
+void TrackList::takeTitlesFromSleeve()
+{
+    SleeveTitles::askAndRename (*project,
+                                [this] (int row, const juce::String& name) { return renameTrack (row, name); });
     refresh();
 }
 

@@ -29,7 +29,9 @@ public:
         setYearEntry = 5,
         setGenreEntry = 6,
         removeTrackEntry = 7,
-        mergeEntry = 8
+        mergeEntry = 8,
+        findSongsEntry = 9,
+        sleeveTitlesEntry = 10
     };
 
     int getNumRows() override;
@@ -48,8 +50,9 @@ public:
     /** The path a rename to `newName` gives the row's file; empty when the row has no folder. */
     juce::String pathForRename (int row, const juce::String& newName) const;
 
-    /** The right-click menu, its entries in order. */
-    static juce::PopupMenu makeMenu();
+    /** The right-click menu, its entries in order: the eight of the list, always in English, then
+        the two that find the songs and take the titles from the sleeve, in the user's language. */
+    static juce::PopupMenu makeMenu (const Project* project = nullptr);
 
     /** Does what the menu's entry `result` does for `row`; 0 does nothing. */
     void runMenuEntry (int result, int row);
@@ -79,6 +82,8 @@ private:
     void mergeWithNext (int row);
     void removeSelected (int row);
     void deleteSelected (int row);
+    void findSongs (int row);
+    void takeTitlesFromSleeve();
 
     /** A Ctrl click that opens the menu has just had the list flip the row's selection: the
         selection goes back to what it was, so that the menu acts on what the user had chosen. */

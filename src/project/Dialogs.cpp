@@ -148,9 +148,36 @@ private:
     static int runAlertHere (AlertRequest& request, const std::function<bool (juce::AlertWindow&)>& aboutToShow)
     {
         juce::AlertWindow window (request.title, request.message, request.icon);
+        std::vector<std::unique_ptr<juce::TextEditor>> multiLineEditors;
+        std::vector<juce::TextEditor*> fields;
 
         for (int i = 0; i < request.fieldNames.size(); ++i)
-            window.addTextEditor (request.fieldNames[i], request.fieldValues[i], request.fieldLabels[i]);
+        {
+            if (request.multiLineFields)
+            {
+                // A box of its own size, its label above it as the window draws a custom
+                // component's name; Return starts a new line, Escape still cancels.
+                auto editor = std::make_unique<juce::TextEditor> (request.fieldLabels[i]);
+                editor->setComponentID (request.fieldNames[i]);
+                editor->setMultiLine (true, true);
+                editor->setReturnKeyStartsNewLine (true);
+                editor->setEscapeAndReturnKeysConsumed (false);
+                editor->setScrollbarsShown (true);
+                editor->setFont (window.getLookAndFeel().getAlertWindowMessageFont());
+                editor->setColour (juce::TextEditor::outlineColourId,
+                                   window.findColour (juce::ComboBox::outlineColourId));
+                editor->setText (request.fieldValues[i], false);
+                editor->setSize (multiLineFieldWidth, multiLineFieldHeight);
+                window.addCustomComponent (editor.get());
+                fields.push_back (editor.get());
+                multiLineEditors.push_back (std::move (editor));
+            }
+            else
+            {
+                window.addTextEditor (request.fieldNames[i], request.fieldValues[i], request.fieldLabels[i]);
+                fields.push_back (window.getTextEditor (request.fieldNames[i]));
+            }
+        }
 
         std::unique_ptr<juce::HyperlinkButton> link;
         if (request.linkText.isNotEmpty())
@@ -166,16 +193,34 @@ private:
         for (const auto& button : request.buttons)
             window.addButton (button.text, button.result, button.shortcut);
 
+        if (request.focusedField >= 0 && request.focusedField < (int) fields.size())
+            focusFieldFirst (window, *fields[(size_t) request.focusedField]);
+
         const int result = aboutToShow == nullptr || aboutToShow (window) ? window.runModalLoop() : 0;
 
         for (int i = 0; i < request.fieldNames.size(); ++i)
-            request.fieldValues.set (i, window.getTextEditorContents (request.fieldNames[i]));
+            request.fieldValues.set (i, fields[(size_t) i]->getText());
 
-        if (link != nullptr)
+        while (window.getNumCustomComponents() > 0)
             window.removeCustomComponent (0);
 
         return result;
     }
+
+    /** The window gives the keyboard focus, as it opens, to the first component in focus order:
+        the field comes first, then the button bound to Return, then the other buttons. */
+    static void focusFieldFirst (juce::AlertWindow& window, juce::Component& field)
+    {
+        field.setExplicitFocusOrder (1);
+
+        for (auto* child : window.getChildren())
+            if (auto* button = dynamic_cast<juce::TextButton*> (child))
+                button->setExplicitFocusOrder (
+                    button->isRegisteredForShortcut (juce::KeyPress (juce::KeyPress::returnKey)) ? 2 : 3);
+    }
+
+    static constexpr int multiLineFieldWidth = 380;
+    static constexpr int multiLineFieldHeight = 180;
 };
 
 Dialogs* installed = nullptr;

@@ -66,6 +66,9 @@ struct AlertRequest
     juce::StringArray fieldNames;  // text editors, in order
     juce::StringArray fieldLabels; // the caption above each editor
     juce::StringArray fieldValues; // initial texts in, typed texts out
+    int focusedField = -1;         // the field that has the keyboard focus when the box opens, Tab going on
+                                   // to the button bound to Return; -1: the box decides
+    bool multiLineFields = false;  // fields of several lines: Return starts a new line, Tab leaves the field
 
     juce::String textBlock; // a block of text below the message
     juce::String linkText;  // a hyperlink shown as a custom component

@@ -179,6 +179,7 @@ public:
     bool keepWaves = false;
     bool addTrackNumbers = true;
     int trackCounter = 0;
+    int captureRuns = 0; // capture runs since the last new capture: the last side's number
     bool echoOn = false;
     bool nextTrackRequested = false;
     bool intermediateConversion = false;

@@ -112,6 +112,7 @@ void Project::resetForNewCapture()
         writer->setTrackNumber (-1);
 
     trackCounter = 0;
+    captureRuns = 0;
     captureStarted = true;
 }
 

@@ -2,6 +2,7 @@
 #include "project/Project.h"
 
 #include "project/Dialogs.h"
+#include "project/SideRecord.h"
 
 #include <cstdlib>
 
@@ -25,8 +26,12 @@ juce::String Project::trackName (int index) const
 void Project::setTrackPath (int index, const juce::String& path)
 {
     jassert (juce::isPositiveAndBelow (index, trackCount()));
-    if (juce::isPositiveAndBelow (index, trackCount()))
-        tracks[(size_t) index].path = path;
+    if (! juce::isPositiveAndBelow (index, trackCount()))
+        return;
+
+    // A captured track that moves keeps its place in its side.
+    SideRecord::followMove (tracks[(size_t) index].path, path);
+    tracks[(size_t) index].path = path;
 }
 
 int Project::trackFormat (int index) const
@@ -42,7 +47,10 @@ int Project::setTrack (int index, int format, const juce::String& path)
     auto& track = tracks[(size_t) index];
     track.format = format;
     if (path.isNotEmpty())
+    {
+        SideRecord::followMove (track.path, path);
         track.path = path;
+    }
 
     return format;
 }
@@ -202,12 +210,17 @@ void Project::deleteAllTracks (bool notify)
         return;
 
     int failures = 0;
+    juce::StringArray paths;
     for (auto it = tracks.rbegin(); it != tracks.rend(); ++it)
     {
         const juce::File file (it->path);
         if (! file.existsAsFile() || ! file.deleteFile())
             ++failures;
+        paths.add (it->path);
     }
+
+    // The captures' side files go with their tracks, quietly.
+    SideRecord::deleteSidesOf (paths);
 
     tracks.clear();
 

@@ -1,11 +1,13 @@
 // The real program capturing a record through JACK, ended the hard ways: killed outright in the
-// middle of a track, and told to quit (as Ctrl+C or the system does) around the "End Capture"
-// box. It runs on a display of the test's own, driven through its window with xdotool; a JACK
-// server of the test's own takes the record from the tests' player.
+// middle of a track (its tracks and its whole side left as whole WAV files), and told to quit (as
+// Ctrl+C or the system does) around the "End Capture" box. It runs on a display of the test's own,
+// driven through its window with xdotool; a JACK server of the test's own takes the record from the
+// tests' player.
 #include "CaptureTestSupport.h"
 #include "JackServer.h"
 #include "WavOnDisk.h"
 #include "player/Record.h"
+#include "project/SideRecord.h"
 #include "support/RealProgram.h"
 #include "support/TestHelpers.h"
 
@@ -241,6 +243,54 @@ TEST_F (CaptureProcess, aProgramKilledInTheMiddleOfATrackLeavesWholeWavFilesWith
     const auto secondStart = juce::int64 (11) * second / 2;
     checkTrack (2, left, right, secondStart - serverBlock, secondStart, playedBeforeTheLastSecond);
     EXPECT_FALSE (folder.getChildFile ("Track3.wav").exists());
+
+    // The whole side is a WAV file too, as soxi reads it: the silence from Capture to the
+    // record, then the record, everything up to a second before the kill.
+    const auto side = folder.getChildFile ("Side1.wav");
+    const auto onDisk = framesOnDisk (side);
+    EXPECT_EQ (soxiSamples (side), onDisk);
+    const auto sideContents = readWav (side);
+    ASSERT_EQ ((juce::int64) sideContents.left.size(), onDisk);
+
+    // Where the record begins in the side: the block from which the song's first samples match.
+    const auto songStart = (size_t) second / 2;
+    juce::int64 recordStart = -1;
+    for (juce::int64 offset = 0; recordStart < 0 && offset + (juce::int64) songStart + 2048 <= onDisk;
+         offset += serverBlock)
+    {
+        bool same = true;
+        for (size_t i = 0; same && i < 2048; ++i)
+            same = sideContents.left[(size_t) offset + songStart + i] == to16Bits (left[songStart + i]);
+        if (same)
+            recordStart = offset;
+    }
+    ASSERT_GE (recordStart, 0) << "the record is not in the side";
+    EXPECT_GE (onDisk, recordStart + playedBeforeTheLastSecond) << "audio heard before the end is missing";
+
+    juce::int64 wrong = 0;
+    for (juce::int64 frame = 0; frame < onDisk; ++frame)
+    {
+        const auto inRecord = frame - recordStart;
+        const bool heard = inRecord >= 0 && inRecord < (juce::int64) left.size();
+        const int expectedLeft = heard ? to16Bits (left[(size_t) inRecord]) : 0;
+        const int expectedRight = heard ? to16Bits (right[(size_t) inRecord]) : 0;
+        if (sideContents.left[(size_t) frame] != expectedLeft || sideContents.right[(size_t) frame] != expectedRight)
+            ++wrong;
+    }
+    EXPECT_EQ (wrong, 0) << "frames of the side that are not what was heard";
+
+    // Its record, as the kill left it, has the first track's place: exactly that track's samples.
+    const auto sideRecord = SideRecord::load (folder.getChildFile ("Side1.tracks"));
+    ASSERT_TRUE (sideRecord.has_value());
+    EXPECT_FALSE (sideRecord->hasEnded());
+    EXPECT_TRUE (sideRecord->isWhole());
+    const auto* place = sideRecord->placeOf (folder.getChildFile ("Track1.wav").getFullPathName());
+    ASSERT_NE (place, nullptr);
+    EXPECT_EQ (place->first, recordStart + first);
+    const auto trackOne = readWav (folder.getChildFile ("Track1.wav"));
+    ASSERT_EQ ((juce::int64) trackOne.left.size(), place->length);
+    EXPECT_TRUE (std::equal (trackOne.left.begin(), trackOne.left.end(), sideContents.left.begin() + place->first));
+    EXPECT_TRUE (std::equal (trackOne.right.begin(), trackOne.right.end(), sideContents.right.begin() + place->first));
 }
 
 namespace

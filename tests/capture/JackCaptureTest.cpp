@@ -5,12 +5,45 @@
 #include "JackServer.h"
 #include "capture/RiaaFilter.h"
 #include "player/Record.h"
+#include "project/SideRecord.h"
 #include "support/FakeDialogs.h"
 
 #include <gtest/gtest.h>
 
 namespace
 {
+/** Frames of the track file that differ from the side's frames from `first` on, read a chunk at
+    a time; -1 when either file cannot be read or the track runs past the side's end. */
+std::int64_t differencesFromSide (const juce::File& side, std::int64_t first, const juce::File& track)
+{
+    juce::WavAudioFormat wav;
+    std::unique_ptr<juce::AudioFormatReader> sideReader (
+        wav.createReaderFor (side.createInputStream().release(), true));
+    std::unique_ptr<juce::AudioFormatReader> trackReader (
+        wav.createReaderFor (track.createInputStream().release(), true));
+    if (sideReader == nullptr || trackReader == nullptr || first < 0 ||
+        first + trackReader->lengthInSamples > sideReader->lengthInSamples)
+        return -1;
+
+    constexpr int chunk = 65536;
+    std::vector<int> sideLeft (chunk), sideRight (chunk), trackLeft (chunk), trackRight (chunk);
+    int* sideChannels[2] = { sideLeft.data(), sideRight.data() };
+    int* trackChannels[2] = { trackLeft.data(), trackRight.data() };
+    std::int64_t count = 0;
+
+    for (std::int64_t position = 0; position < trackReader->lengthInSamples; position += chunk)
+    {
+        const int frames = (int) std::min<std::int64_t> (chunk, trackReader->lengthInSamples - position);
+        trackReader->read (trackChannels, 2, position, frames, false);
+        sideReader->read (sideChannels, 2, first + position, frames, false);
+        for (size_t i = 0; i < (size_t) frames; ++i)
+            if (sideLeft[i] != trackLeft[i] || sideRight[i] != trackRight[i])
+                ++count;
+    }
+
+    return count;
+}
+
 /** A span of the record, in frames, that one track file holds. */
 struct ExpectedTrack
 {
@@ -431,4 +464,23 @@ TEST_F (JackCapture, aTwentyMinuteSideIsCapturedWithoutLosingASample)
     EXPECT_EQ (log.events, expected.events)
         << firstEventDifference (log.events, expected.events) << ", device xruns: " << xruns();
     expectEndedBySilenceFromTheAudioThread();
+
+    // The whole side was kept beside the tracks, at several times real time, and each track lies
+    // in it as the track file has it, where the silence rule put it.
+    const auto side = SideRecord::findFor (folder.getChildFile ("Track1.wav").getFullPathName());
+    ASSERT_TRUE (side.has_value());
+    ASSERT_TRUE (side->isWhole()) << "the side's writer fell behind";
+    EXPECT_TRUE (side->hasEnded());
+    EXPECT_TRUE (side->canBeCutAgain());
+    ASSERT_EQ (side->getPlaces().size(), expected.tracks.size());
+    const auto recordStart = side->getPlaces()[0].first - expected.tracks[0].first;
+    for (size_t track = 0; track < expected.tracks.size(); ++track)
+    {
+        const auto& place = side->getPlaces()[track];
+        const auto file = folder.getChildFile ("Track" + juce::String ((int) track + 1) + ".wav");
+        EXPECT_EQ (place.path, file.getFullPathName());
+        EXPECT_EQ (place.first, recordStart + expected.tracks[track].first) << "track " << track + 1;
+        EXPECT_EQ (place.length, expected.tracks[track].end - expected.tracks[track].first) << "track " << track + 1;
+        EXPECT_EQ (differencesFromSide (side->getSideFile(), place.first, file), 0) << "track " << track + 1;
+    }
 }

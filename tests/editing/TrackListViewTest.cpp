@@ -207,15 +207,17 @@ TEST_F (ThreeTracks, theCurrentRowIsTheHighlightedOneWhetherAClickOrTheKeysChose
     EXPECT_TRUE (dialogs.alerts().empty());
 }
 
-TEST_F (ThreeTracks, aRightClickOpensTheMenuWithItsEightEntriesInOrder)
+TEST_F (ThreeTracks, aRightClickOpensTheMenuWithItsEightEntriesInOrderThenTheTwoForSongsAndTitles)
 {
     chooseFromMenu (1, 0);
 
     ASSERT_EQ (menus.size(), 1u);
     const std::vector<std::pair<int, juce::String>> wanted{
-        { 1, "rename track" }, { 3, "rename artist" }, { 4, "rename album" },
-        { 5, "set year" },     { 6, "set genre" },     { 8, "merge track with next one" },
-        { 7, "remove track" }, { 2, "delete track" },
+        { 1, "rename track" },      { 3, "rename artist" },
+        { 4, "rename album" },      { 5, "set year" },
+        { 6, "set genre" },         { 8, "merge track with next one" },
+        { 7, "remove track" },      { 2, "delete track" },
+        { 9, "find the songs..." }, { 10, "titles from the sleeve..." },
     };
     ASSERT_EQ (menus[0].size(), wanted.size());
     for (size_t i = 0; i < wanted.size(); ++i)

@@ -200,9 +200,11 @@ TEST (TrackPageJack, aCapturedRecordIsCleanedSplitMergedRenamedAndTrimmedOnTheTr
     EXPECT_EQ (alerts.back().title, "Success");
     EXPECT_EQ (alerts.back().message, "File has been deleted sucessfully");
 
+    // Beside them, the whole side that the capture kept, with its record.
     auto left = folder.findChildFiles (juce::File::findFiles, false);
     left.sort();
-    EXPECT_EQ (left, juce::Array<juce::File> ({ rest, renamed }));
+    EXPECT_EQ (left, juce::Array<juce::File> (
+                         { folder.getChildFile ("Side1.tracks"), folder.getChildFile ("Side1.wav"), rest, renamed }));
     pumpMessages();
     saveSnapshot (window, "track-page-at-the-end");
 

@@ -248,3 +248,125 @@ TEST (RealDialogs, withdrawalsNestSoThatAlertsComeBackOnlyOnceEveryOneHasEnded)
     withdrawal.withdraw();
     EXPECT_TRUE (withdrawal.isWithdrawn());
 }
+
+namespace
+{
+/** Once the box is showing and its window has the keyboard focus (a new window gets it from the
+    display a moment after it opens), notes what has the focus, lets `inspect` see the box, and
+    presses its button "ok". */
+class FocusWatcher : private juce::Timer
+{
+public:
+    explicit FocusWatcher (std::function<void (juce::AlertWindow&)> inspectToUse)
+        : inspect (std::move (inspectToUse))
+    {
+        startTimer (5);
+    }
+
+    juce::Component* focused = nullptr;
+
+private:
+    void timerCallback() override
+    {
+        auto* window = dynamic_cast<juce::AlertWindow*> (juce::Component::getCurrentlyModalComponent());
+        if (window == nullptr)
+            return;
+
+        focused = juce::Component::getCurrentlyFocusedComponent();
+        if ((focused == nullptr || ! window->isParentOf (focused)) && ++waits < 400)
+            return;
+
+        stopTimer();
+        inspect (*window);
+        for (auto* child : window->getChildren())
+            if (auto* button = dynamic_cast<juce::TextButton*> (child);
+                button != nullptr && button->getButtonText() == "ok")
+                button->triggerClick();
+    }
+
+    std::function<void (juce::AlertWindow&)> inspect;
+    int waits = 0;
+};
+} // namespace
+
+TEST (RealDialogs, aFieldAskedToHaveTheFocusHasItWhenTheBoxOpensAndTabGoesOnToTheReturnButton)
+{
+    juce::Component* field = nullptr;
+    juce::Component* first = nullptr;
+    juce::String afterField, afterThat;
+    bool returnLeftToTheBox = false;
+
+    FocusWatcher answerer (
+        [&] (juce::AlertWindow& window)
+        {
+            field = window.getTextEditor ("songs");
+            const auto traverser = window.createKeyboardFocusTraverser();
+            first = traverser->getDefaultComponent (&window);
+            if (auto* next = dynamic_cast<juce::Button*> (traverser->getNextComponent (field)))
+            {
+                afterField = next->getButtonText();
+                if (auto* last = dynamic_cast<juce::Button*> (traverser->getNextComponent (next)))
+                    afterThat = last->getButtonText();
+            }
+            // One line: Return is the box's, which presses "ok".
+            returnLeftToTheBox = ! field->keyPressed (juce::KeyPress (juce::KeyPress::returnKey));
+        });
+
+    AlertRequest request;
+    request.title = "Find the songs";
+    request.fieldNames = { "songs" };
+    request.fieldLabels = { "Number of songs:" };
+    request.fieldValues = { "" };
+    request.focusedField = 0;
+    request.buttons.push_back ({ "cancel", 0, juce::KeyPress (juce::KeyPress::escapeKey) });
+    request.buttons.push_back ({ "ok", 1, juce::KeyPress (juce::KeyPress::returnKey) });
+
+    EXPECT_EQ (Dialogs::get().runAlert (request), 1);
+    ASSERT_NE (field, nullptr);
+    EXPECT_EQ (first, field);
+    EXPECT_EQ (answerer.focused, field);
+    EXPECT_EQ (afterField, "ok");
+    EXPECT_EQ (afterThat, "cancel");
+    EXPECT_TRUE (returnLeftToTheBox);
+}
+
+TEST (RealDialogs, aMultiLineFieldTakesReturnAsANewLineAndComesBackAsTyped)
+{
+    juce::TextEditor* editor = nullptr;
+    juce::String afterField;
+    juce::String label;
+
+    FocusWatcher answerer (
+        [&] (juce::AlertWindow& window)
+        {
+            editor = dynamic_cast<juce::TextEditor*> (window.getCustomComponent (0));
+            if (editor == nullptr)
+                return;
+            label = editor->getName();
+            editor->setText ("A1 One", false);
+            editor->moveCaretToEnd();
+            EXPECT_TRUE (editor->keyPressed (juce::KeyPress (juce::KeyPress::returnKey)));
+            editor->insertTextAtCaret ("A2 Two");
+            EXPECT_FALSE (editor->keyPressed (juce::KeyPress (juce::KeyPress::tabKey)));
+            const auto traverser = window.createKeyboardFocusTraverser();
+            if (auto* next = dynamic_cast<juce::Button*> (traverser->getNextComponent (editor)))
+                afterField = next->getButtonText();
+        });
+
+    AlertRequest request;
+    request.title = "Titles from the sleeve";
+    request.fieldNames = { "titles" };
+    request.fieldLabels = { "Titles:" };
+    request.fieldValues = { "" };
+    request.multiLineFields = true;
+    request.focusedField = 0;
+    request.buttons.push_back ({ "cancel", 0, juce::KeyPress (juce::KeyPress::escapeKey) });
+    request.buttons.push_back ({ "ok", 1, juce::KeyPress (juce::KeyPress::returnKey) });
+
+    EXPECT_EQ (Dialogs::get().runAlert (request), 1);
+    ASSERT_NE (editor, nullptr);
+    EXPECT_EQ (label, "Titles:");
+    EXPECT_EQ (answerer.focused, editor);
+    EXPECT_EQ (afterField, "ok");
+    EXPECT_EQ (request.fieldValues, juce::StringArray ("A1 One\nA2 Two"));
+}

@@ -35,6 +35,8 @@ int FakeDialogs::runAlert (AlertRequest& request)
     alert.fieldNames = request.fieldNames;
     alert.fieldLabels = request.fieldLabels;
     alert.fieldValues = request.fieldValues;
+    alert.focusedField = request.focusedField;
+    alert.multiLineFields = request.multiLineFields;
     alert.textBlock = request.textBlock;
     alert.linkText = request.linkText;
     alert.linkUrl = request.linkUrl;

@@ -23,6 +23,8 @@ public:
         juce::StringArray fieldNames;
         juce::StringArray fieldLabels;
         juce::StringArray fieldValues; // as offered
+        int focusedField = -1;
+        bool multiLineFields = false;
         juce::String textBlock;
         juce::String linkText;
         juce::URL linkUrl;
