@@ -1,6 +1,7 @@
 #include "project/Project.h"
 
 #include "project/Dialogs.h"
+#include "project/PipeWireRate.h"
 #include "project/SettingsFileGuard.h"
 
 namespace
@@ -59,6 +60,9 @@ Project::Project()
     silenceLength = readInt ("silencelength", 15);
     minSilence = readInt ("minsilence", 2);
 
+    // The capture's files are best at 44100 Hz (FLAC, Ogg and AIFF are marked so): the desktop's
+    // sound server is asked for that rate before the device is opened.
+    PipeWireRate::askFor (44100);
     openAudioDevice();
 
     lameVbr = readBool ("lame_vbr", true);
