@@ -1,6 +1,7 @@
 #include "project/Project.h"
 
 #include "project/Dialogs.h"
+#include "project/PipeWireDeviceType.h"
 #include "project/PipeWireRate.h"
 #include "project/SettingsFileGuard.h"
 
@@ -303,6 +304,31 @@ void Project::openAudioDevice()
         state = settings->getXmlValue ("devicesettings");
 
     initialise (2, 2, state.get(), true, {}, nullptr);
+
+    // The default of the first kind of device that has any (ALSA's, on a desktop the sound
+    // server's default source) may not open: a sound server that is installed but not running,
+    // say. Then the first kind whose default device opens serves, a running JACK server perhaps.
+    if (getCurrentAudioDevice() == nullptr)
+    {
+        const auto failedType = getCurrentAudioDeviceType();
+        for (auto* type : getAvailableDeviceTypes())
+        {
+            if (type->getTypeName() == failedType || type->getDeviceNames (true).isEmpty())
+                continue;
+
+            setCurrentAudioDeviceType (type->getTypeName(), true);
+            if (getCurrentAudioDevice() != nullptr)
+                break;
+        }
+    }
+}
+
+void Project::createAudioDeviceTypes (juce::OwnedArray<juce::AudioIODeviceType>& types)
+{
+    juce::AudioDeviceManager::createAudioDeviceTypes (types);
+#if JUCE_LINUX || JUCE_BSD
+    types.add (new PipeWireDeviceType());
+#endif
 }
 
 void Project::saveDeviceSettings()

@@ -103,6 +103,41 @@ public:
         return full;
     }
 
+    /** While it lives, the test's own process is on this PipeWire: its sound libraries (PipeWire's
+        ALSA device) and the commands it starts reach this server. */
+    class ThisProcessOnIt
+    {
+    public:
+        explicit ThisProcessOnIt (const PrivatePipeWire& server)
+        {
+            for (const auto& variable : server.environment())
+            {
+                const auto name = variable.substr (0, variable.find ('='));
+                const auto* value = std::getenv (name.c_str());
+                previous.push_back ({ name, value != nullptr, value != nullptr ? value : "" });
+                setenv (name.c_str(), variable.substr (name.size() + 1).c_str(), 1);
+            }
+        }
+
+        ~ThisProcessOnIt()
+        {
+            for (const auto& variable : previous)
+                if (variable.wasSet)
+                    setenv (variable.name.c_str(), variable.value.c_str(), 1);
+                else
+                    unsetenv (variable.name.c_str());
+        }
+
+    private:
+        struct Variable
+        {
+            std::string name;
+            bool wasSet;
+            std::string value;
+        };
+        std::vector<Variable> previous;
+    };
+
     /** Runs a short command on this PipeWire; its output, or nothing when it fails. */
     juce::String run (const std::vector<std::string>& command, int milliseconds = 10000) const
     {
