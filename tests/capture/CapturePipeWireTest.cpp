@@ -5,6 +5,7 @@
 // and level, and their tone by its frequency.
 #include "CaptureTestSupport.h"
 #include "player/Record.h"
+#include "project/PipeWireDeviceType.h"
 #include "project/Project.h"
 #include "support/PrivatePipeWire.h"
 #include "support/RealProgram.h"
@@ -13,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <optional>
 
 namespace
 {
@@ -31,14 +33,16 @@ const std::string recordDescription =
     ",silence:" + std::to_string (2 * rate) + ",tone:330:550:0.4:" + std::to_string (3 * rate) +
     ",silence:" + std::to_string ((silenceLength + 3) * rate);
 
-/** The settings of a user who chose `device` in the device dialog, a folder and the parameters. */
-void writeSettings (const juce::File& folder, const juce::XmlElement& device)
+/** The settings of a user who chose `device` in the device dialog (or none yet), a folder and the
+    parameters. */
+void writeSettings (const juce::File& folder, const std::optional<juce::XmlElement>& device)
 {
     juce::PropertiesFile::Options options;
     options.ignoreCaseOfKeyNames = true;
     options.storageFormat = juce::PropertiesFile::storeAsXML;
     juce::PropertiesFile settings (Project::settingsFileLocation(), options);
-    settings.setValue ("devicesettings", &device);
+    if (device.has_value())
+        settings.setValue ("devicesettings", &*device);
     settings.setValue ("rootdir", folder.getFullPathName());
     settings.setValue ("preamp", "1");
     settings.setValue ("threshold", "5");
@@ -174,7 +178,7 @@ protected:
         {
             const auto file = folder.getChildFile ("Track" + juce::String (track) + ".wav");
             SCOPED_TRACE (file.getFileName().toStdString());
-            ASSERT_TRUE (file.existsAsFile());
+            ASSERT_TRUE (file.existsAsFile()) << whatHappened();
             const auto sound = readTrack (file, 3.0);
             EXPECT_EQ (sound.sampleRate, (double) rate);
             EXPECT_NEAR ((double) sound.length, (double) (3 + minSilence) * rate, (double) block);
@@ -192,13 +196,16 @@ protected:
     /** What a failing test shows: the files in the folder, the windows and the logs. */
     juce::String whatHappened() const
     {
-        juce::String text = "files:";
+        // What the screen showed, for a person to look at.
+        const auto picture = juce::File (GROOVESMITH_ARTEFACT_DIR).getChildFile ("pipewire-rip-failed.png");
+        outputOf ({ "import", "-window", "root", picture.getFullPathName() });
+        juce::String text = "screen: " + picture.getFullPathName() + "\nfiles:";
         for (const auto& file : folder.findChildFiles (juce::File::findFiles, true))
             text << " " << file.getFileName() << " (" << file.getSize() << ")";
         text << "\nwindows: " << findWindows (".").joinIntoString (" ") << " "
              << outputOf ({ "xdotool", "search", "--onlyvisible", "--name", ".", "getwindowname", "%@" });
-        text << "\ngraph: " << pipewire->run ({ "pw-dump", "-N" }).length() << " bytes, jack ports: "
-             << pipewire->run ({ "pw-jack", "jack_lsp", "-c" });
+        text << "\ndefaults: " << pipewire->run ({ "pw-metadata", "-n", "default" })
+             << "\nlinks: " << pipewire->run ({ "pw-link", "-l" });
         for (const auto* log : { "program.log", "player.log", "pipewire.log", "wireplumber.log" })
             text << "\n" << log << ": " << folder.getChildFile (log).loadFileAsString();
         return text;
@@ -224,5 +231,22 @@ TEST_F (CapturePipeWire, theProgramRunThroughPipeWiresJackRipsTheTurntableAt4410
     writeSettings (folder, device);
 
     ASSERT_NO_FATAL_FAILURE (rip ({ "pw-jack" }));
+    expectTheTwoSongs();
+}
+
+TEST_F (CapturePipeWire, aFirstStartRipsTheDesktopsDefaultSourceThroughAlsa)
+{
+    {
+        const PrivatePipeWire::ThisProcessOnIt onIt (*pipewire);
+        PipeWireDeviceType probe;
+        probe.scanForDevices();
+        if (probe.getAlsaDeviceName().isEmpty())
+            GTEST_SKIP() << "ALSA has no PipeWire device here: pipewire-alsa is not installed";
+    }
+
+    // A new user: no device chosen yet. The program opens ALSA's default device, which is the
+    // desktop's default source, the turntable.
+    writeSettings (folder, {});
+    ASSERT_NO_FATAL_FAILURE (rip ({}));
     expectTheTwoSongs();
 }

@@ -41,12 +41,13 @@ public:
         const auto dropIns = runtime.getChildFile ("config/pipewire/pipewire.conf.d");
         if (! dropIns.createDirectory() ||
             ! dropIns.getChildFile ("speakers.conf")
-                  .replaceWithText ("context.objects = [\n"
-                                    "  { factory = adapter\n"
-                                    "    args = { factory.name = support.null-audio-sink node.name = speakers\n"
-                                    "             node.description = Speakers media.class = Audio/Sink\n"
-                                    "             audio.position = [ FL FR ] } }\n"
-                                    "]\n"))
+                  .replaceWithText (
+                      "context.objects = [\n"
+                      "  { factory = adapter\n"
+                      "    args = { factory.name = support.null-audio-sink node.name = speakers\n"
+                      "             node.description = Speakers media.class = Audio/Sink priority.session = 3000\n"
+                      "             audio.position = [ FL FR ] } }\n"
+                      "]\n"))
             return;
 
         if (! start ({ "env", "XDG_CONFIG_HOME=" + runtime.getChildFile ("config").getFullPathName().toStdString(),
@@ -58,7 +59,7 @@ public:
         if (! start ({ "wireplumber" }, "wireplumber.log") ||
             ! start ({ "pw-loopback", "--capture-props=media.class=Audio/Sink node.name=deck node.description=Deck",
                        "--playback-props=media.class=Audio/Source node.name=turntable "
-                       "node.description=\"USB Turntable\"" },
+                       "node.description=\"USB Turntable\" priority.session=4000" },
                      "loopback.log"))
             return;
 
