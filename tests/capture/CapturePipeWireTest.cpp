@@ -162,7 +162,7 @@ protected:
 
         running->signal (SIGINT);
         ASSERT_TRUE (running->waitForExit (20000)) << "the program did not end";
-        EXPECT_EQ (running->exitCode(), 0);
+        EXPECT_EQ (running->exitCode(), 0) << folder.getChildFile ("program.log").loadFileAsString();
     }
 
     /** The two tracks hold the two songs at their levels and pitches, each with the second of
