@@ -54,6 +54,16 @@ extern "C"
         return "detect_leaks=1:halt_on_error=1:print_summary=1";
     }
 
+    /** PipeWire's client libraries (its JACK library, its ALSA device and the plugins they load)
+        keep what they allocate for their connection until the process ends: not the program's. */
+    __attribute__ ((visibility ("default"), used)) const char* __lsan_default_suppressions()
+    {
+        return "leak:libpipewire-0.3.so\n"
+               "leak:/spa-0.2/\n"
+               "leak:/pipewire-0.3/\n"
+               "leak:libasound_module_pcm_pipewire.so\n";
+    }
+
     __attribute__ ((visibility ("default"), used)) const char* __ubsan_default_options()
     {
         return "print_stacktrace=1:halt_on_error=1:suppressions=" GROOVESMITH_SANITIZER_DIR "/ubsan.supp";

@@ -6,6 +6,7 @@
 #include "project/Project.h"
 
 #include <atomic>
+#include <cmath>
 
 namespace
 {
@@ -74,6 +75,8 @@ void AudioReader::audioDeviceIOCallbackWithContext (const float* const* inputCha
 
 void AudioReader::audioDeviceAboutToStart (juce::AudioIODevice* device)
 {
+    if (device != nullptr && device->getCurrentSampleRate() > 0.0)
+        deviceRate = device->getCurrentSampleRate();
     player->audioDeviceAboutToStart (device);
 }
 
@@ -143,7 +146,7 @@ void AudioReader::play (juce::File file, double positionInSamples)
     attachedReader = this;
 
     if (positionInSamples != 0.0)
-        transport->setNextReadPosition ((juce::int64) positionInSamples);
+        setPosition (positionInSamples);
 
     // A start within the file is heard from its first block, with no gap and nothing skipped.
     if (positionInSamples > 0.0)
@@ -203,20 +206,42 @@ void AudioReader::releaseFile()
     dropSource();
 }
 
+// The transport counts in the device's samples, which are not the file's when the two rates
+// differ: positions go in and out here in the file's own samples, the only ones the track page
+// and the seek bar know.
 void AudioReader::setPosition (double samples)
 {
-    if (transport != nullptr)
-        transport->setNextReadPosition ((juce::int64) samples);
+    if (transport == nullptr)
+        return;
+
+    const auto fileSample = (juce::int64) samples;
+    if (buffered == nullptr || deviceRate == sampleRate)
+    {
+        transport->setNextReadPosition (fileSample);
+        return;
+    }
+
+    // The transport divides by the rates' ratio and truncates: rounded up here, it lands on
+    // the file's sample itself rather than the one before.
+    transport->setNextReadPosition ((juce::int64) std::ceil ((double) fileSample * deviceRate / sampleRate));
+    if (buffered->getNextReadPosition() != fileSample)
+        buffered->setNextReadPosition (fileSample);
 }
 
 juce::int64 AudioReader::getPosition() const
 {
-    return transport != nullptr ? transport->getNextReadPosition() : 0;
+    if (transport == nullptr)
+        return 0;
+
+    return buffered != nullptr ? buffered->getNextReadPosition() : transport->getNextReadPosition();
 }
 
 double AudioReader::getTotalLength() const
 {
-    return transport != nullptr ? (double) transport->getTotalLength() : 0.0;
+    if (transport == nullptr)
+        return 0.0;
+
+    return buffered != nullptr ? (double) buffered->getTotalLength() : (double) transport->getTotalLength();
 }
 
 void AudioReader::togglePause()
@@ -226,7 +251,7 @@ void AudioReader::togglePause()
 
     if (pausePosition == -1.0)
     {
-        pausePosition = (double) transport->getNextReadPosition();
+        pausePosition = (double) getPosition();
         transport->stop();
     }
     else

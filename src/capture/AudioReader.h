@@ -38,6 +38,7 @@ public:
     /** Stops and closes the file it was playing; the reader stays, ready for another file. */
     void releaseFile();
 
+    /** Positions and length count in the file's own samples, whatever rate the device runs at. */
     void setPosition (double samples);
     juce::int64 getPosition() const;
     double getTotalLength() const;
@@ -85,6 +86,7 @@ private:
     Project* project;
     bool paused = false;
     double sampleRate = 44100.0;
+    double deviceRate = 44100.0; // the rate the device last started at
     double pausePosition = -1.0;
 
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (AudioReader)

@@ -31,7 +31,8 @@ Page1::Page1 (Project* projectToUse)
       captureButton (projectToUse->translate ("Capture")),
       testButton (projectToUse->translate ("Test")),
       calibrateButton (projectToUse->translate ("Calibrate")),
-      dropoutIndicator (projectToUse)
+      dropoutIndicator (projectToUse),
+      rateNotice (*projectToUse)
 {
     audio = Audio::getInstance (project, this);
 
@@ -182,6 +183,7 @@ void Page1::captureClicked()
         return;
     }
 
+    rateNotice.beforeCapture();
     if (! audio->start (true))
         return;
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/Page.h"
+#include "capture/CaptureRateNotice.h"
 #include "capture/DropoutIndicator.h"
 #include "capture/MeterComponent.h"
 #include "capture/TooHighMeterComponent.h"
@@ -59,6 +60,9 @@ public:
 
     /** Shown only while the input loses blocks during a run. */
     DropoutIndicator dropoutIndicator;
+
+    /** Says once, before the first capture, what a device rate other than 44100 Hz means. */
+    CaptureRateNotice rateNotice;
 
 private:
     void captureClicked();

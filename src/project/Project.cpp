@@ -1,6 +1,8 @@
 #include "project/Project.h"
 
 #include "project/Dialogs.h"
+#include "project/PipeWireDeviceType.h"
+#include "project/PipeWireRate.h"
 #include "project/SettingsFileGuard.h"
 
 namespace
@@ -59,6 +61,9 @@ Project::Project()
     silenceLength = readInt ("silencelength", 15);
     minSilence = readInt ("minsilence", 2);
 
+    // The capture's files are best at 44100 Hz (FLAC, Ogg and AIFF are marked so): the desktop's
+    // sound server is asked for that rate before the device is opened.
+    PipeWireRate::askFor (44100);
     openAudioDevice();
 
     lameVbr = readBool ("lame_vbr", true);
@@ -299,6 +304,31 @@ void Project::openAudioDevice()
         state = settings->getXmlValue ("devicesettings");
 
     initialise (2, 2, state.get(), true, {}, nullptr);
+
+    // The default of the first kind of device that has any (ALSA's, on a desktop the sound
+    // server's default source) may not open: a sound server that is installed but not running,
+    // say. Then the first kind whose default device opens serves, a running JACK server perhaps.
+    if (getCurrentAudioDevice() == nullptr)
+    {
+        const auto failedType = getCurrentAudioDeviceType();
+        for (auto* type : getAvailableDeviceTypes())
+        {
+            if (type->getTypeName() == failedType || type->getDeviceNames (true).isEmpty())
+                continue;
+
+            setCurrentAudioDeviceType (type->getTypeName(), true);
+            if (getCurrentAudioDevice() != nullptr)
+                break;
+        }
+    }
+}
+
+void Project::createAudioDeviceTypes (juce::OwnedArray<juce::AudioIODeviceType>& types)
+{
+    juce::AudioDeviceManager::createAudioDeviceTypes (types);
+#if JUCE_LINUX || JUCE_BSD
+    types.add (new PipeWireDeviceType());
+#endif
 }
 
 void Project::saveDeviceSettings()

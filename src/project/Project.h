@@ -89,6 +89,9 @@ public:
     void saveDeviceSettings();
     void resetDeviceSettings();
 
+    /** The framework's device types, and the desktop's sound sources by their names. */
+    void createAudioDeviceTypes (juce::OwnedArray<juce::AudioIODeviceType>& types) override;
+
     //==============================================================================
     // Flags between the capture page and the audio callback.
     bool setCalibrationRequested (bool value);

@@ -48,8 +48,8 @@ TEST_F (PlaybackTest, aFileAtAnotherRateThanTheDevicesKeepsItsPitch)
     reader.play (writeWav ("sine48k.wav", sound, 48000.0), 0.0);
 
     EXPECT_EQ (reader.getSampleRate(), 48000.0);
-    // The device counts the file's length in its own samples.
-    EXPECT_NEAR (reader.getTotalLength(), 11025.0 * 44100.0 / 48000.0, 1.0);
+    // The length counts in the file's own samples, not in the device's.
+    EXPECT_EQ (reader.getTotalLength(), 11025.0);
 
     const auto output = device->runBlocks (16);
     const int length = output.getNumSamples() - 64;
@@ -72,6 +72,73 @@ TEST_F (PlaybackTest, aFileAtTheDevicesOtherRateKeepsItsPitchToo)
     const auto output = device->runBlocks (32);
     const int length = output.getNumSamples() - 64;
     EXPECT_NEAR (signChanges (output, 0, 64, length), 2.0 * 441.0 * length / 48000.0, 3.0);
+}
+
+TEST_F (PlaybackTest, aToneThroughA48kHzDeviceSoundsAtItsOwnFrequency)
+{
+    setDeviceRate (48000.0);
+    // Two seconds of 1000 Hz at 44100 Hz, as a captured track holds them.
+    const auto sound = sineSound (88200, 1000.0, 44100.0);
+    auto& reader = newReader();
+    reader.play (writeWav ("tone.wav", sound, 44100.0), 0.0);
+
+    // A second of the device's output. The device here runs far faster than a real one: each
+    // block leaves the read-ahead a moment to keep up, as real time would.
+    juce::AudioBuffer<float> output (2, 48000);
+    output.clear();
+    for (int at = 0; at + blockSize <= 48000; at += blockSize)
+    {
+        juce::Thread::sleep (3);
+        const auto block = device->runBlocks (1);
+        for (int c = 0; c < 2; ++c)
+            output.copyFrom (c, at, block, c, 0, blockSize);
+    }
+
+    // The frequency in the device's time: rising crossings of the wave, counted with a margin
+    // so that nothing near zero counts twice.
+    const int start = 256, end = 48000 - blockSize;
+    for (int c = 0; c < 2; ++c)
+    {
+        int rises = 0;
+        bool low = false;
+        for (int i = start; i < end; ++i)
+        {
+            const auto value = output.getSample (c, i);
+            if (value < -0.1f)
+                low = true;
+            else if (value > 0.1f && low)
+            {
+                ++rises;
+                low = false;
+            }
+        }
+        EXPECT_NEAR (rises * 48000.0 / (end - start), 1000.0, 3.0) << "channel " << c;
+    }
+    EXPECT_GT (output.getMagnitude (0, start, end - start), 0.45f);
+}
+
+TEST_F (PlaybackTest, onA48kHzDevicePositionsCountInTheFilesOwnSamples)
+{
+    setDeviceRate (48000.0);
+    const auto sound = rampSound (88200);
+    auto& reader = newReader();
+    reader.play (writeWav ("ramp.wav", sound, 44100.0), 22050.0);
+
+    EXPECT_EQ (reader.getTotalLength(), 88200.0);
+    EXPECT_EQ (reader.getPosition(), 22050);
+
+    reader.setPosition (30000.0);
+    EXPECT_EQ (reader.getPosition(), 30000);
+
+    // 48 blocks of the device's are 24576 of its samples: 22579.2 of the file's. Each block
+    // leaves the read-ahead a moment to keep up, as real time would; a block it still misses
+    // counts a little short.
+    for (int block = 0; block < 48; ++block)
+    {
+        juce::Thread::sleep (3);
+        device->runBlocks (1);
+    }
+    EXPECT_NEAR ((double) reader.getPosition(), 30000.0 + 48 * 512 * 44100.0 / 48000.0, 480.0);
 }
 
 TEST_F (PlaybackTest, playingFromAPositionStartsAtThatSampleTruncated)

@@ -160,7 +160,7 @@ protected:
         folder = audiofiles::freshFolder (juce::String (info->test_suite_name()) + "-" + info->name());
         project = std::make_unique<Project>();
         project->projectType = ripProject;
-        device = FakeAudioDeviceType::install (*project, 2, 44100.0, 512);
+        device = FakeAudioDeviceType::install (*project, 2, 44100.0, 512, { 48000.0 });
         ASSERT_NE (device, nullptr);
     }
 

@@ -19,7 +19,13 @@ class RealProgram
 {
 public:
     RealProgram (const juce::File& program, const juce::File& logFile)
-        : pid (startTiedToTheTest ({ program.getFullPathName().toStdString() }, logFile, SIGKILL))
+        : RealProgram (std::vector<std::string>{ program.getFullPathName().toStdString() }, logFile)
+    {
+    }
+
+    /** The program started by `command`: itself, or a launcher that ends in it (`env`, `pw-jack`). */
+    RealProgram (const std::vector<std::string>& command, const juce::File& logFile)
+        : pid (startTiedToTheTest (command, logFile, SIGKILL))
     {
     }
 
