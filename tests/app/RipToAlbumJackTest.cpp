@@ -33,18 +33,7 @@ TEST (RipToAlbumJack, aCapturedRecordEndsAsATaggedFlacAlbumWithItsCover)
     auto& project = wizard->getProject();
 
     // The settings go back to their defaults for the tests that follow in this process.
-    struct RestoreSettings
-    {
-        ~RestoreSettings()
-        {
-            project.setOutputFormat (formatWav);
-            project.setThreshold (-55);
-            project.setMinSilence (2);
-            project.setSilenceLength (15);
-            project.resetDeviceSettings();
-        }
-        Project& project;
-    } restoreSettings{ project };
+    const RestoredSettings restoreSettings{ project };
 
     ASSERT_NE (project.getCurrentAudioDevice(), nullptr);
     project.setRootDirectory (folder.getFullPathName());

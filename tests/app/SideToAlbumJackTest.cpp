@@ -91,18 +91,8 @@ TEST (SideToAlbumJack, aSideTheCaptureCutsWronglyEndsAsOneFlacASongNamedFromTheS
     auto* wizard = jack.wizard;
     auto& project = wizard->getProject();
 
-    struct RestoreSettings
-    {
-        ~RestoreSettings()
-        {
-            project.setOutputFormat (formatWav);
-            project.setThreshold (-55);
-            project.setMinSilence (2);
-            project.setSilenceLength (15);
-            project.resetDeviceSettings();
-        }
-        Project& project;
-    } restoreSettings{ project };
+    // The settings go back to their defaults for the tests that follow in this process.
+    const RestoredSettings restoreSettings{ project };
 
     ASSERT_NE (project.getCurrentAudioDevice(), nullptr);
     project.setRootDirectory (folder.getFullPathName());

@@ -5,6 +5,7 @@
 #include "app/MainComponent.h"
 #include "capture/CaptureTestSupport.h"
 #include "capture/JackServer.h"
+#include "project/Project.h"
 #include "support/Snapshots.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>
@@ -27,6 +28,20 @@ inline void clickAndWait (juce::Button& button)
     button.triggerClick();
     pumpMessages();
 }
+
+/** Puts back the settings an end-to-end test changes, for the tests that follow in this process. */
+struct RestoredSettings
+{
+    ~RestoredSettings()
+    {
+        project.setOutputFormat (formatWav);
+        project.setThreshold (-55);
+        project.setMinSilence (2);
+        project.setSilenceLength (15);
+        project.resetDeviceSettings();
+    }
+    Project& project;
+};
 
 /** The wizard in a window of its own, its device a JACK server of the test's own. */
 class JackWizard

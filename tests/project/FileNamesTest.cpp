@@ -22,20 +22,6 @@ void expectCutOnAWholeCharacter (const juce::String& cut, const juce::String& or
     EXPECT_LE (FileNames::bytesOf (cut), maxBytes);
     EXPECT_TRUE (original.startsWith (cut)) << cut;
 }
-
-/** Writes a file of that name into the folder, as the convertors do, and finds it there. */
-bool fileCanBeMade (const juce::File& folder, const juce::String& name)
-{
-    const auto file = folder.getChildFile (name);
-    bool written = false;
-    {
-        juce::FileOutputStream stream (file);
-        written = stream.openedOk() && stream.writeText ("sound", false, false, nullptr);
-    }
-    const bool found = folder.getChildFile (name).getSize() == 5;
-    file.deleteFile();
-    return written && found;
-}
 } // namespace
 
 TEST (FileNames, theCutCountsBytesAndStopsBeforeALetterThatWouldNotFit)

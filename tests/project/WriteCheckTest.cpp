@@ -9,20 +9,6 @@
 namespace
 {
 const juce::String kanji (juce::CharPointer_UTF8 ("\xe6\xbc\xa2"));
-
-/** Writes a file of that name into the folder, as the convertors do, and finds it there. */
-bool fileCanBeMade (const juce::File& folder, const juce::String& name)
-{
-    const auto file = folder.getChildFile (name);
-    bool written = false;
-    {
-        juce::FileOutputStream stream (file);
-        written = stream.openedOk() && stream.writeText ("sound", false, false, nullptr);
-    }
-    const bool found = folder.getChildFile (name).getSize() == 5;
-    file.deleteFile();
-    return written && found;
-}
 } // namespace
 
 TEST (WriteCheck, anExistingFileIsWritableAndLeftUntouched)

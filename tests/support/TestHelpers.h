@@ -43,3 +43,17 @@ inline juce::StringArray trackPaths (const Project& project)
         paths.add (project.trackPath (i));
     return paths;
 }
+
+/** Writes a file of that name into the folder, as the convertors do, and finds it there. */
+inline bool fileCanBeMade (const juce::File& folder, const juce::String& name)
+{
+    const auto file = folder.getChildFile (name);
+    bool written = false;
+    {
+        juce::FileOutputStream stream (file);
+        written = stream.openedOk() && stream.writeText ("sound", false, false, nullptr);
+    }
+    const bool found = folder.getChildFile (name).getSize() == 5;
+    file.deleteFile();
+    return written && found;
+}
