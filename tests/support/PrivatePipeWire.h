@@ -37,7 +37,9 @@ public:
             return;
 
         // The loudspeakers: a sink that leads nowhere, so that what the program plays never
-        // comes back into the turntable.
+        // comes back into the turntable. It is the graph's clock, as a sound card is on a desktop,
+        // and the turntable runs in its group: the turntable is no device that could drive the
+        // program's recording, which otherwise waited for a clock that PipeWire did not always give.
         const auto dropIns = runtime.getChildFile ("config/pipewire/pipewire.conf.d");
         if (! dropIns.createDirectory() ||
             ! dropIns.getChildFile ("speakers.conf")
@@ -46,6 +48,7 @@ public:
                       "  { factory = adapter\n"
                       "    args = { factory.name = support.null-audio-sink node.name = speakers\n"
                       "             node.description = Speakers media.class = Audio/Sink priority.session = 3000\n"
+                      "             node.group = desk\n"
                       "             audio.position = [ FL FR ] } }\n"
                       "]\n"))
             return;
@@ -57,7 +60,7 @@ public:
             return;
 
         if (! start ({ "wireplumber" }, "wireplumber.log") ||
-            ! start ({ "pw-loopback", "--capture-props=media.class=Audio/Sink node.name=deck node.description=Deck",
+            ! start ({ "pw-loopback", "--group=desk", "--capture-props=media.class=Audio/Sink node.name=deck node.description=Deck",
                        "--playback-props=media.class=Audio/Source node.name=turntable "
                        "node.description=\"USB Turntable\" priority.session=4000" },
                      "loopback.log"))
