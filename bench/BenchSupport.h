@@ -5,6 +5,9 @@
 #include <juce_gui_basics/juce_gui_basics.h>
 
 #include <cstdlib>
+#include <fstream>
+#include <string>
+#include <sys/resource.h>
 
 namespace benchsupport
 {
@@ -49,4 +52,31 @@ bool haveDisplay (State& state, const char* script)
     state.SkipWithError ((juce::String ("the progress windows need a display: run ") + script).toRawUTF8());
     return false;
 }
+/** Peak and current resident memory in kB, from the kernel; the peak can be reset. */
+inline long memoryFigure (const char* key)
+{
+    std::ifstream status ("/proc/self/status");
+    std::string line;
+
+    while (std::getline (status, line))
+        if (line.rfind (key, 0) == 0)
+            return std::atol (line.c_str() + std::char_traits<char>::length (key));
+
+    return -1;
+}
+
+inline void resetPeakMemory()
+{
+    std::ofstream ("/proc/self/clear_refs") << "5";
+}
+
+/** Processor time of every thread of the process so far, in seconds. */
+inline double processorSeconds()
+{
+    rusage usage{};
+    getrusage (RUSAGE_SELF, &usage);
+    return (double) usage.ru_utime.tv_sec + (double) usage.ru_stime.tv_sec +
+           1.0e-6 * (double) (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
+}
+
 } // namespace benchsupport

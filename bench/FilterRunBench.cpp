@@ -2,6 +2,7 @@
 // thread and on two, the 45-to-33 resampler, a split and a merge, each as times real time. The
 // track is named by GROOVESMITH_BENCH_TRACK (bench/filters.sh makes a 20-minute one); without it
 // these skip.
+#include "BenchSupport.h"
 #include "editing/CFilters.h"
 #include "editing/MergeThread.h"
 #include "editing/ResamplerThread.h"
@@ -47,33 +48,6 @@ double secondsOf (const juce::File& file)
     return reader != nullptr ? (double) reader->lengthInSamples / reader->sampleRate : 0.0;
 }
 
-/** Peak and current resident memory in kB, from the kernel; the peak can be reset. */
-long memoryFigure (const char* key)
-{
-    std::ifstream status ("/proc/self/status");
-    std::string line;
-
-    while (std::getline (status, line))
-        if (line.rfind (key, 0) == 0)
-            return std::atol (line.c_str() + std::char_traits<char>::length (key));
-
-    return -1;
-}
-
-void resetPeakMemory()
-{
-    std::ofstream ("/proc/self/clear_refs") << "5";
-}
-
-/** Processor time of every thread of the process so far, in seconds. */
-double processorSeconds()
-{
-    rusage usage{};
-    getrusage (RUSAGE_SELF, &usage);
-    return (double) usage.ru_utime.tv_sec + (double) usage.ru_stime.tv_sec +
-           1.0e-6 * (double) (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
-}
-
 /** Runs `job` once per iteration and reports the audio seconds handled per second of wall
     time, and per second of processor time (the worker's and the waiting window's together),
     which other load on the machine disturbs less. */
@@ -86,9 +60,9 @@ void timeJob (benchmark::State& state, double audioSeconds, Job job)
     for (auto _ : state)
     {
         const auto start = std::chrono::steady_clock::now();
-        const double processorStart = processorSeconds();
+        const double processorStart = benchsupport::processorSeconds();
         job();
-        processor += processorSeconds() - processorStart;
+        processor += benchsupport::processorSeconds() - processorStart;
         const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
         elapsed += took.count();
         state.SetIterationTime (took.count());
@@ -117,8 +91,8 @@ static void filterRun (benchmark::State& state, int threads)
     const auto juce = initialiseJuce();
     const auto input = benchTrack();
     const auto output = workFolder().getChildFile ("filtered.wav");
-    const long before = memoryFigure ("VmRSS:");
-    resetPeakMemory();
+    const long before = benchsupport::memoryFigure ("VmRSS:");
+    benchsupport::resetPeakMemory();
 
     timeJob (state, secondsOf (input),
              [&]
@@ -129,7 +103,7 @@ static void filterRun (benchmark::State& state, int threads)
                                        50, true);
              });
 
-    const long peak = memoryFigure ("VmHWM:");
+    const long peak = benchsupport::memoryFigure ("VmHWM:");
     juce::WavAudioFormat wav;
     std::unique_ptr<juce::AudioFormatReader> reader (wav.createReaderFor (input.createInputStream().release(), true));
     state.counters["peak_rss_MB"] = (double) peak / 1024.0;

@@ -20,32 +20,6 @@ namespace
 {
 constexpr int songsOnTheSide = 8;
 
-/** Peak and current resident memory in kB, from the kernel; the peak can be reset. */
-long memoryFigure (const char* key)
-{
-    std::ifstream status ("/proc/self/status");
-    std::string line;
-
-    while (std::getline (status, line))
-        if (line.rfind (key, 0) == 0)
-            return std::atol (line.c_str() + std::char_traits<char>::length (key));
-
-    return -1;
-}
-
-void resetPeakMemory()
-{
-    std::ofstream ("/proc/self/clear_refs") << "5";
-}
-
-double processorSeconds()
-{
-    rusage usage{};
-    getrusage (RUSAGE_SELF, &usage);
-    return (double) usage.ru_utime.tv_sec + (double) usage.ru_stime.tv_sec +
-           1.0e-6 * (double) (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
-}
-
 /** A twenty-minute side of eight songs of about two and a half minutes, with everything that makes real
     sides hard, written once as a 16-bit WAV file. */
 juce::File twentyMinuteSide()
@@ -93,10 +67,10 @@ static void findSongsOnASide (benchmark::State& state)
 
     for (auto _ : state)
     {
-        const long before = memoryFigure ("VmRSS:");
-        resetPeakMemory();
+        const long before = benchsupport::memoryFigure ("VmRSS:");
+        benchsupport::resetPeakMemory();
         const auto start = std::chrono::steady_clock::now();
-        const double processorStart = processorSeconds();
+        const double processorStart = benchsupport::processorSeconds();
 
         AudioFilesSource source (juce::Array<juce::File>{ sideFile });
         juce::File unreadable;
@@ -125,11 +99,11 @@ static void findSongsOnASide (benchmark::State& state)
             return;
         }
 
-        processor += processorSeconds() - processorStart;
+        processor += benchsupport::processorSeconds() - processorStart;
         const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
         elapsed += took.count();
         state.SetIterationTime (took.count());
-        beyond = juce::jmax (beyond, memoryFigure ("VmHWM:") - before);
+        beyond = juce::jmax (beyond, benchsupport::memoryFigure ("VmHWM:") - before);
         seconds = (double) source.getLengthInFrames() / source.getSampleRate();
         envelope = finder.getEnvelopeBytes();
         tracks = (int) files.size();
