@@ -273,7 +273,7 @@ private:
             return;
 
         focused = juce::Component::getCurrentlyFocusedComponent();
-        if ((focused == nullptr || ! window->isParentOf (focused)) && ++waits < 400)
+        if ((focused == nullptr || ! window->isParentOf (focused)) && ++waits < 2000)
             return;
 
         stopTimer();
